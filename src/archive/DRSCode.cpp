@@ -1,0 +1,182 @@
+#include "archive/DRSCode.h"
+
+#include <algorithm>
+#include <cctype>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <vector>
+
+#include "shell/Files.h"
+
+namespace {
+
+constexpr int32_t HeaderRecordSize = 24;
+constexpr int32_t TableRecordSize = 12;
+constexpr int32_t EntryRecordSize = 12;
+constexpr size_t CopyBufferSize = size_t{1} << 20;
+
+int32_t LoadI32(const uint8_t* p) {
+    return static_cast<int32_t>(uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24);
+}
+
+bool ReadExactly(ReadOnlyFile& file, int64_t offset, std::span<uint8_t> out) {
+    return file.ReadAt(offset, out) == out.size();
+}
+
+CatalogueResult Damaged(std::string detail) { return {CatalogueDamaged, std::move(detail)}; }
+
+// The flavour's header position, or 0 when the user declines a file of neither flavour.
+int32_t HeaderPosition(ReadOnlyFile& archive, Host& host) {
+    std::array<uint8_t, 28> magic{};
+    const size_t got = archive.ReadAt(0, magic);
+    const std::string_view text(reinterpret_cast<const char*>(magic.data()), got);
+    if (text == Magic2001) return HeaderAt2001;
+    if (text == Magic1997) return HeaderAt1997;
+    if (host.ShowMessage(InvalidFormatQuestion, MessageStyle::OkCancel) == MessageAnswer::OK) return HeaderAt1997;
+    return 0;
+}
+
+std::string HeadingText(const DRSTableRecord& table) {
+    return "--" + ReverseTypeTag({table.TypeTag.data(), table.TypeTag.size()}) + " (" +
+           std::to_string(table.EntryCount) + ")--";
+}
+
+int32_t KindOfTag(const std::string& name) {
+    if (name == "WAV") return KindWAV;
+    if (name == "BIN") return KindBIN;
+    if (name == "SLP") return KindSLP;
+    return KindOther;
+}
+
+}  // namespace
+
+std::string ReverseTypeTag(std::string_view tag) {
+    std::string name;
+    for (size_t i = 3; i >= 1; --i) {
+        if (i < tag.size()) name += static_cast<char>(std::toupper(static_cast<unsigned char>(tag[i])));
+    }
+    return name;
+}
+
+CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host) {
+    const int32_t headerAt = HeaderPosition(archive, host);
+    if (headerAt == 0) return {CatalogueRefused, "not an archive of a known flavour"};
+
+    std::array<uint8_t, HeaderRecordSize> header{};
+    if (!ReadExactly(archive, headerAt, header)) return Damaged("the header is cut off");
+    const int32_t tableCount = LoadI32(header.data() + 16);
+    if (tableCount < 0 || tableCount > MaxListRows) {
+        return Damaged("table count " + std::to_string(tableCount) + " is out of range");
+    }
+
+    std::vector<uint8_t> tableBytes(size_t(tableCount) * TableRecordSize);
+    if (!ReadExactly(archive, headerAt + HeaderRecordSize, tableBytes)) return Damaged("the table records are cut off");
+
+    std::vector<DRSTableRecord> tables(static_cast<size_t>(tableCount));
+    int64_t entryTotal = 0;
+    for (size_t t = 0; t < tables.size(); ++t) {
+        const uint8_t* record = tableBytes.data() + t * TableRecordSize;
+        std::copy_n(record, 4, tables[t].TypeTag.begin());
+        tables[t].EntriesOffset = LoadI32(record + 4);
+        tables[t].EntryCount = LoadI32(record + 8);
+        if (tables[t].EntryCount < 0 || tables[t].EntriesOffset < 0) {
+            return Damaged("table " + std::to_string(t + 1) + " has a negative offset or count");
+        }
+        entryTotal += tables[t].EntryCount;
+        if (entryTotal > MaxEntries || entryTotal + tableCount > MaxListRows) {
+            return Damaged("the archive has more entries than the list can hold");
+        }
+    }
+
+    // Build everything aside first, so that a damaged archive leaves the catalogue and list as they were.
+    std::vector<CatalogueRow> catalogue;
+    std::vector<ListRow> rows;
+    catalogue.reserve(size_t(entryTotal) + tables.size());
+    rows.reserve(catalogue.capacity());
+    std::vector<uint8_t> entryBytes;
+    for (size_t t = 0; t < tables.size(); ++t) {
+        const DRSTableRecord& table = tables[t];
+        rows.push_back({HeadingText(table), KindHeading});
+        catalogue.emplace_back();
+
+        entryBytes.resize(size_t(table.EntryCount) * EntryRecordSize);
+        if (!ReadExactly(archive, table.EntriesOffset, entryBytes)) {
+            return Damaged("the entry records of table " + std::to_string(t + 1) + " lie past the end of the file");
+        }
+        const int32_t kind = KindOfTag(ReverseTypeTag({table.TypeTag.data(), table.TypeTag.size()}));
+        for (int32_t e = 0; e < table.EntryCount; ++e) {
+            const uint8_t* record = entryBytes.data() + size_t(e) * EntryRecordSize;
+            CatalogueRow row;
+            row.ID = LoadI32(record);
+            row.Offset = LoadI32(record + 4);
+            row.Size = LoadI32(record + 8);
+            rows.push_back({std::to_string(row.ID), kind});
+            catalogue.push_back(std::move(row));
+        }
+    }
+
+    DRSCatalogue = std::move(catalogue);
+    host.ClearList();
+    host.SetListVisible(false);
+    host.AddListRows(rows);
+    host.SetListVisible(true);
+    return {CatalogueBuilt, {}};
+}
+
+Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const CatalogueRow& row, Host& host) {
+    host.SetStatusText("Reading data...");
+
+    // Never reuse or append to an existing file, and never write through a link left in its place.
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(path, ignored)) std::filesystem::remove(path, ignored);
+
+    std::FILE* out = std::fopen(path.c_str(), "wb");
+    auto fail = [&](std::string detail) {
+        if (out) std::fclose(out);
+        host.ShowMessage("Error saving file!", MessageStyle::Plain);
+        return Outcome::Failure(std::move(detail));
+    };
+    if (!out) return fail("cannot create " + path);
+    if (!archive.IsOpen()) return fail("no archive is open");
+    if (row.Offset < 0 || row.Size < 0) return fail("the entry has a negative offset or size");
+
+    // The block counter is 16-bit: with exactly 32,767 whole blocks they are written before the
+    // counter overflows; with more, nothing is.
+    const int64_t blocks = row.Size / BlockSize;
+    if (blocks > 32767) return fail("an entry of " + std::to_string(row.Size) + " bytes is too large to copy");
+    const int64_t toCopy = blocks == 32767 ? int64_t{EntrySizeLimit} : row.Size;
+
+    std::vector<uint8_t> buffer(static_cast<size_t>(std::min<int64_t>(toCopy, CopyBufferSize)));
+    int64_t copied = 0;
+    while (copied < toCopy) {
+        const size_t want = static_cast<size_t>(std::min<int64_t>(toCopy - copied, CopyBufferSize));
+        const size_t got = archive.ReadAt(int64_t{row.Offset} + copied, {buffer.data(), want});
+        if (got > 0 && std::fwrite(buffer.data(), 1, got, out) != got) return fail("cannot write " + path);
+        copied += static_cast<int64_t>(got);
+        if (got < want) return fail("the entry runs past the end of the archive");
+    }
+    if (blocks == 32767) return fail("an entry of " + std::to_string(row.Size) + " bytes is too large to copy");
+
+    const bool closed = std::fclose(out) == 0;
+    out = nullptr;
+    if (!closed) return fail("cannot write " + path);
+    host.SetStatusText("Finished reading data");
+    return Outcome::Success();
+}
+
+std::string TempStamp(double secondsSinceMidnight) {
+    return std::to_string(static_cast<int64_t>(std::floor(secondsSinceMidnight * 100.0)));
+}
+
+std::string MakeTempResourcePath() {
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const std::tm local = *std::localtime(&seconds);
+    const auto fraction = now - std::chrono::system_clock::from_time_t(seconds);
+    const double sinceMidnight = local.tm_hour * 3600.0 + local.tm_min * 60.0 + local.tm_sec +
+                                 std::chrono::duration<double>(fraction).count();
+    return TempFolder + "_drs" + TempStamp(sinceMidnight) + ".drx";
+}

@@ -1,0 +1,86 @@
+#pragma once
+// DRS archives: the catalogue reader and the copy of an entry into a file of its own.
+//
+// File layout (all numbers 32-bit signed little-endian, offsets from the start of the file):
+//   0      28 bytes      magic text naming the flavour
+//   H      24 bytes      DRSHeaderRecord (H = 60 or 40, by flavour)
+//   H+24   12 x tables   DRSTableRecord
+//   ...    12 x entries  DRSEntryRecord, one run per table at its EntriesOffset
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "archive/UsefulCode.h"
+#include "shell/Host.h"
+#include "shell/Outcome.h"
+
+class ReadOnlyFile;
+
+// Row kinds, kept in the list's ItemData and not in the catalogue.
+inline constexpr int32_t KindHeading = 0;
+inline constexpr int32_t KindSLP = 1;
+inline constexpr int32_t KindWAV = 2;
+inline constexpr int32_t KindBIN = 3;
+inline constexpr int32_t KindOther = -1;
+
+inline constexpr std::string_view Magic2001 = "Copyright (c) 2001 Quillmark";
+inline constexpr std::string_view Magic1997 = "Copyright (c) 1997 Sandbank ";
+inline constexpr int32_t HeaderAt2001 = 60;
+inline constexpr int32_t HeaderAt1997 = 40;
+
+inline constexpr std::string_view InvalidFormatQuestion =
+    "Invalid file format - continue anyway? (may cause lots of horrible errors)";
+
+// Limits set by the 16-bit counters of the list and the catalogue.
+inline constexpr int32_t MaxEntries = 32767;
+inline constexpr int32_t MaxListRows = 32766;
+
+// Entries are copied in blocks of 1024 bytes, counted in 16 bits: an entry must be smaller than this.
+inline constexpr int32_t BlockSize = 1024;
+inline constexpr int32_t EntrySizeLimit = 32767 * BlockSize;  // 33,553,408
+
+struct DRSHeaderRecord {
+    std::array<char, 4> Version{};
+    std::array<char, 12> ArchiveType{};
+    int32_t TableCount = 0;
+    int32_t DataOffset = 0;
+};
+
+struct DRSTableRecord {
+    std::array<char, 4> TypeTag{};
+    int32_t EntriesOffset = 0;
+    int32_t EntryCount = 0;
+};
+
+struct DRSEntryRecord {
+    int32_t ID = 0;
+    int32_t Offset = 0;
+    int32_t Size = 0;
+};
+
+inline constexpr int16_t CatalogueBuilt = 0;
+inline constexpr int16_t CatalogueRefused = 1;  // the user declined an archive of neither flavour
+inline constexpr int16_t CatalogueDamaged = 2;  // the directory is truncated or out of range
+
+struct [[nodiscard]] CatalogueResult {
+    int16_t Code = CatalogueBuilt;
+    std::string Detail;
+};
+
+// Reads the archive's directory, replaces DRSCatalogue and fills the host's list: a heading row per
+// table, a row per entry. On any code but CatalogueBuilt, DRSCatalogue and the list are untouched.
+CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host);
+
+// The fourth, third and second character of a table tag, upper-cased: "nibX"... reads "BIN".
+std::string ReverseTypeTag(std::string_view tag);
+
+// Copies the entry's Size bytes at Offset into a new file at path, replacing what stood there.
+// On failure it shows "Error saving file!", keeps what was written, and says why.
+Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const CatalogueRow& row, Host& host);
+
+// The stamp of a temporary copy: hundredths of a second since midnight, in plain decimal.
+std::string TempStamp(double secondsSinceMidnight);
+// A new path for a temporary copy: TempFolder + "_drs" + stamp + ".drx", stamped with the local time.
+std::string MakeTempResourcePath();

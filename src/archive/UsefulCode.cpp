@@ -1,0 +1,4 @@
+#include "archive/UsefulCode.h"
+
+std::vector<CatalogueRow> DRSCatalogue;
+std::string TempFolder;

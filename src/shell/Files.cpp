@@ -1,0 +1,69 @@
+#include "shell/Files.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <utility>
+
+ReadOnlyFile::~ReadOnlyFile() { Close(); }
+
+ReadOnlyFile::ReadOnlyFile(ReadOnlyFile&& other) noexcept
+    : file_(std::exchange(other.file_, nullptr)), size_(std::exchange(other.size_, 0)) {}
+
+ReadOnlyFile& ReadOnlyFile::operator=(ReadOnlyFile&& other) noexcept {
+    if (this != &other) {
+        Close();
+        file_ = std::exchange(other.file_, nullptr);
+        size_ = std::exchange(other.size_, 0);
+    }
+    return *this;
+}
+
+bool ReadOnlyFile::Open(const std::string& path) {
+    Close();
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) return false;
+    file_ = std::fopen(path.c_str(), "rb");
+    if (!file_) return false;
+    // We read in large blocks of our own; the stream's buffer would only add a copy.
+    std::setvbuf(file_, nullptr, _IONBF, 0);
+    const auto size = std::filesystem::file_size(path, error);
+    size_ = error ? 0 : static_cast<int64_t>(size);
+    return true;
+}
+
+void ReadOnlyFile::Close() {
+    if (file_) std::fclose(file_);
+    file_ = nullptr;
+    size_ = 0;
+}
+
+size_t ReadOnlyFile::ReadAt(int64_t offset, std::span<uint8_t> out) {
+    if (!file_ || offset < 0 || offset > size_ || out.empty()) return 0;
+    if (std::fseek(file_, static_cast<long>(offset), SEEK_SET) != 0) return 0;
+    return std::fread(out.data(), 1, out.size(), file_);
+}
+
+Outcome ReadWholeFile(const std::string& path, size_t maxBytes, std::vector<uint8_t>& bytes) {
+    bytes.clear();
+    ReadOnlyFile file;
+    if (!file.Open(path)) return Outcome::Failure("cannot open " + path);
+    if (static_cast<uint64_t>(file.Size()) > maxBytes) {
+        return Outcome::Failure(path + " is larger than " + std::to_string(maxBytes) + " bytes");
+    }
+    bytes.resize(static_cast<size_t>(file.Size()));
+    if (file.ReadAt(0, bytes) != bytes.size()) {
+        bytes.clear();
+        return Outcome::Failure("cannot read " + path);
+    }
+    return Outcome::Success();
+}
+
+Outcome WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes) {
+    std::FILE* file = std::fopen(path.c_str(), "wb");
+    if (!file) return Outcome::Failure("cannot create " + path + ": " + std::strerror(errno));
+    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+    const bool closed = std::fclose(file) == 0;
+    if (!written || !closed) return Outcome::Failure("cannot write " + path);
+    return Outcome::Success();
+}

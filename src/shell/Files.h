@@ -1,0 +1,42 @@
+#pragma once
+// The file layer: an archive opened for reading only, and whole small files in and out of memory.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "shell/Outcome.h"
+
+// An open file that is only ever read, at absolute positions: nothing depends on where it stands
+// between two reads. The archive is kept open through one of these.
+class ReadOnlyFile {
+public:
+    ReadOnlyFile() = default;
+    ~ReadOnlyFile();
+    ReadOnlyFile(ReadOnlyFile&& other) noexcept;
+    ReadOnlyFile& operator=(ReadOnlyFile&& other) noexcept;
+    ReadOnlyFile(const ReadOnlyFile&) = delete;
+    ReadOnlyFile& operator=(const ReadOnlyFile&) = delete;
+
+    [[nodiscard]] bool Open(const std::string& path);
+    void Close();
+    bool IsOpen() const { return file_ != nullptr; }
+    int64_t Size() const { return size_; }
+
+    // Reads up to out.size() bytes at offset; returns how many were read, short at the end of the
+    // file, 0 for an offset before the start or past the end.
+    size_t ReadAt(int64_t offset, std::span<uint8_t> out);
+
+private:
+    std::FILE* file_ = nullptr;
+    int64_t size_ = 0;
+};
+
+// Reads the whole file at path into bytes; refuses a file larger than maxBytes without reading it.
+Outcome ReadWholeFile(const std::string& path, size_t maxBytes, std::vector<uint8_t>& bytes);
+
+// Writes bytes to path, replacing any file there.
+Outcome WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes);

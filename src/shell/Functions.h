@@ -1,0 +1,29 @@
+#pragma once
+// Small routines on text and numbers that several subsystems share.
+// Paths are split at the platform's separator, '/'.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+inline constexpr char PathSeparator = '/';
+
+// Everything up to and including the last separator; empty text if there is none.
+std::string FolderOfPath(std::string_view path);
+// Everything behind the last separator; the whole path if there is none.
+std::string FileOfPath(std::string_view path);
+// What stands between the last separator and the last dot. The whole path when it has no separator or
+// no dot; the file name when its only dot stands in a folder name ("/a.b/c" gives "c").
+std::string BaseNameOfPath(std::string_view path);
+
+// The base path that the exports add their numbers to: the name without its extension. A name without
+// an extension is its own base path.
+std::string ExportBasePath(std::string_view fileName);
+
+// 1 to 999 as three digits with leading zeros; larger numbers as they are.
+std::string PadFrameNumber(int32_t Number);
+
+int16_t MaxInteger(int16_t a, int16_t b);
+
+// The program's file name without folder and extension ("brindle", "brindle-cli").
+std::string ProgramFileName();

@@ -1,0 +1,2 @@
+#include "shell/Host.h"
+// Host is an interface; this file gives its vtable a home.

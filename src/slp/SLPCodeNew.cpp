@@ -1,0 +1,263 @@
+#include "slp/SLPCodeNew.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "colour/Palettes.h"
+#include "shell/Files.h"
+
+namespace {
+
+constexpr size_t HeaderSize = 32;
+constexpr size_t FrameInfoSize = 32;
+
+// A row needs at most one command a pixel from its left end to its right edge; we allow this many
+// commands more, for ones that draw nothing or draw past the edge, before taking the row for damage.
+// Without a cap, rows that share one long stream could keep the decoder busy for minutes.
+constexpr int64_t SpareCommandsPerRow = 4096;
+
+int32_t LoadI32(const uint8_t* p) {
+    return static_cast<int32_t>(uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24);
+}
+int16_t LoadI16(const uint8_t* p) { return static_cast<int16_t>(uint16_t{p[0]} | uint16_t(p[1] << 8)); }
+
+// True when bytes [offset, offset + length) lie inside a file of size bytes.
+bool Inside(int64_t offset, int64_t length, size_t size) {
+    return offset >= 0 && length >= 0 && static_cast<uint64_t>(offset) <= size &&
+           static_cast<uint64_t>(length) <= size - static_cast<uint64_t>(offset);
+}
+
+inline void StorePixel(uint8_t* p, uint32_t colour) {
+    p[0] = static_cast<uint8_t>(colour >> 16);
+    p[1] = static_cast<uint8_t>(colour >> 8);
+    p[2] = static_cast<uint8_t>(colour);
+}
+
+// One row of a frame being decoded: the command stream and the two rows of pixels it draws into.
+class RowDecoder {
+public:
+    RowDecoder(std::span<const uint8_t> file, size_t streamAt, cDIBSection& image, cDIBSection& mask, int32_t row,
+               int64_t x)
+        : file_(file), at_(streamAt), image_(image), mask_(mask), row_(row), width_(image.Width()), x_(x),
+          imageRow_(image.RowPointer(row)), maskRow_(mask.RowPointer(row)) {}
+
+    // Carries out commands until an end-of-row byte. Returns an empty text, or what is wrong with the row.
+    std::string Run() {
+        const int64_t maxCommands = std::max<int64_t>(width_ - x_, 0) + std::max<int64_t>(-x_, 0) + SpareCommandsPerRow;
+        for (int64_t commands = 0; commands < maxCommands; ++commands) {
+            switch (Carry()) {
+                case Step::Done: break;
+                case Step::EndOfRow: return {};
+                case Step::CutOff: return "its commands run past the end of the file";
+                case Step::BadPlayerColour: return "a player colour lies past the end of the palette";
+            }
+        }
+        return "it has more commands than pixels";
+    }
+
+    int64_t X() const { return x_; }
+
+private:
+    enum class Step { Done, EndOfRow, CutOff, BadPlayerColour };
+
+    bool Next(uint8_t& value) {
+        if (at_ >= file_.size()) return false;
+        value = file_[at_++];
+        return true;
+    }
+
+    // A four-bit or six-bit length taken from the command byte; 0 means the next byte holds it.
+    bool Extended(uint32_t inCommand, uint32_t& length) {
+        uint8_t next = 0;
+        if (inCommand != 0) {
+            length = inCommand;
+            return true;
+        }
+        if (!Next(next)) return false;
+        length = next;
+        return true;
+    }
+
+    // Reads one command byte and its operands and draws what it says. Which command it is goes by the
+    // low nibble, but for the four outline bytes 0x4E, 0x5E, 0x6E and 0x7E.
+    Step Carry() {
+        uint8_t command = 0;
+        if (!Next(command)) return Step::CutOff;
+        const uint32_t high = command >> 4;
+        uint32_t length = 0;
+        uint8_t operand = 0;
+        switch (command & 0x0F) {
+            case 0x0: case 0x4: case 0x8: case 0xC:  // colour list, six-bit length, not extended
+                return List(command >> 2, LayerColour);
+            case 0x1: case 0x5: case 0x9: case 0xD:  // skip, six-bit length
+                if (!Extended(command >> 2, length)) return Step::CutOff;
+                return Fill(length, LayerTransparent, LayerTransparent);
+            case 0x2:  // long colour list
+                if (!Next(operand)) return Step::CutOff;
+                return List(high * 256 + operand, LayerColour);
+            case 0x3:  // long skip
+                if (!Next(operand)) return Step::CutOff;
+                return Fill(high * 256 + operand, LayerTransparent, LayerTransparent);
+            case 0x6:  // player colour list
+                if (!Extended(high, length)) return Step::CutOff;
+                return List(length, LayerPlayer);
+            case 0x7:  // colour fill
+                if (!Extended(high, length) || !Next(operand)) return Step::CutOff;
+                return Fill(length, Palette[operand], LayerColour);
+            case 0xA:  // player colour fill
+                if (!Extended(high, length) || !Next(operand)) return Step::CutOff;
+                if (operand > 239) return Step::BadPlayerColour;
+                return Fill(length, Palette[operand + 16u], LayerPlayer);
+            case 0xB:  // shadow
+                if (!Extended(high, length)) return Step::CutOff;
+                return Fill(length, LayerShadow, LayerShadow);
+            case 0xE:
+                if (command == 0x4E) return Fill(1, LayerTransparent, LayerOutlineInner);
+                if (command == 0x6E) return Fill(1, LayerTransparent, LayerOutlineOuter);
+                if (!Next(operand)) return Step::CutOff;
+                if (command == 0x5E) return Fill(operand, LayerTransparent, LayerOutlineInner);
+                if (command == 0x7E) return Fill(operand, LayerTransparent, LayerOutlineOuter);
+                return Fill(operand, Palette[16 + high], LayerPlayer);  // player run by nibble
+            default:  // 0xF
+                return Step::EndOfRow;
+        }
+    }
+
+    // A run of length pixels from x, clipped to the row.
+    Step Fill(uint32_t length, uint32_t colour, uint32_t layer) {
+        if (length > 0) {
+            image_.FillRun(x_, x_ + length - 1, row_, colour);
+            mask_.FillRun(x_, x_ + length - 1, row_, layer);
+            x_ += length;
+        }
+        return Step::Done;
+    }
+
+    // A list of one byte a pixel: a palette index, or for the player layer a player byte c that
+    // stands for palette[c + 16].
+    Step List(uint32_t length, uint32_t layer) {
+        if (!Inside(static_cast<int64_t>(at_), length, file_.size())) return Step::CutOff;
+        const uint8_t* bytes = file_.data() + at_;
+        const uint32_t offset = layer == LayerPlayer ? 16 : 0;
+        if (offset && std::any_of(bytes, bytes + length, [](uint8_t c) { return c > 239; })) {
+            return Step::BadPlayerColour;
+        }
+        // Only the part of the list between column 0 and the right edge shows.
+        const int64_t first = std::clamp<int64_t>(-x_, 0, length);
+        const int64_t last = std::clamp<int64_t>(width_ - x_, first, length);
+        for (int64_t i = first; i < last; ++i) {
+            StorePixel(imageRow_ + 3 * (x_ + i), Palette[bytes[i] + offset]);
+            StorePixel(maskRow_ + 3 * (x_ + i), layer);
+        }
+        at_ += length;
+        x_ += length;
+        return Step::Done;
+    }
+
+    std::span<const uint8_t> file_;
+    size_t at_;
+    cDIBSection& image_;
+    cDIBSection& mask_;
+    int32_t row_;
+    int64_t width_;
+    int64_t x_;
+    uint8_t* imageRow_;
+    uint8_t* maskRow_;
+};
+
+DecodeResult Damaged(int32_t row, const std::string& problem) {
+    return {DecodeDamaged, "row " + std::to_string(row) + ": " + problem};
+}
+
+}  // namespace
+
+Outcome ParseSLPHeaders(const SLPFile& file, SLPHeader& header, std::vector<SLPFrameInfo>& frames) {
+    frames.clear();
+    const auto& bytes = file.Bytes;
+    if (bytes.size() < HeaderSize) return Outcome::Failure(file.Path + " is shorter than a sprite's header");
+    std::memcpy(header.Version.data(), bytes.data(), 4);
+    header.NumFrames = LoadI32(bytes.data() + 4);
+    std::memcpy(header.Comment.data(), bytes.data() + 8, 24);
+    if (header.NumFrames < 1 || header.NumFrames > MaxFrames) {
+        return Outcome::Failure(file.Path + " claims " + std::to_string(header.NumFrames) +
+                                " frames; a sprite has 1 to 32766");
+    }
+    if (!Inside(HeaderSize, int64_t{header.NumFrames} * FrameInfoSize, bytes.size())) {
+        return Outcome::Failure(file.Path + ": the frame table is cut off");
+    }
+    frames.resize(static_cast<size_t>(header.NumFrames));
+    const uint8_t* record = bytes.data() + HeaderSize;
+    for (auto& frame : frames) {
+        frame.CommandTableOffset = LoadI32(record);
+        frame.OutlineTableOffset = LoadI32(record + 4);
+        frame.PaletteOffset = LoadI32(record + 8);
+        frame.Properties = LoadI32(record + 12);
+        frame.Width = LoadI32(record + 16);
+        frame.Height = LoadI32(record + 20);
+        frame.HotspotX = LoadI32(record + 24);
+        frame.HotspotY = LoadI32(record + 28);
+        record += FrameInfoSize;
+    }
+    return Outcome::Success();
+}
+
+Outcome ReadSLPHeaders(const std::string& path, SLPFile& file, SLPHeader& header, std::vector<SLPFrameInfo>& frames) {
+    file.Path = path;
+    frames.clear();
+    if (Outcome read = ReadWholeFile(path, MaxSLPFileBytes, file.Bytes); !read) return read;
+    return ParseSLPHeaders(file, header, frames);
+}
+
+void DrawPixelRun(cDIBSection& dc, int32_t first, int32_t last, int32_t row, uint32_t colour) {
+    dc.FillRun(first, last, row, colour);
+}
+
+DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIBSection& image, cDIBSection& mask,
+                            bool allowEscape, Host& host) {
+    const int32_t width = frame.Width;
+    const int32_t height = frame.Height;
+    const size_t size = file.Bytes.size();
+    // Sizes and tables are checked before anything is allocated: a header's claim is not a fact.
+    if (width < 0 || width > MaxFrameWidth || height > MaxFrameRows ||
+        int64_t{width} * std::max(height, 0) > MaxSurfacePixels) {
+        image.ClearUp();
+        mask.ClearUp();
+        return {DecodeDamaged, "a frame of " + std::to_string(width) + " x " + std::to_string(height) +
+                                   " pixels is larger than Brindle draws"};
+    }
+    if (height > 0 && !Inside(frame.OutlineTableOffset, int64_t{height} * 4, size)) {
+        image.ClearUp();
+        mask.ClearUp();
+        return {DecodeDamaged, "the outline table lies outside the file"};
+    }
+    image.Create(width, height);
+    mask.Create(width, height);
+    if (height < 1 || width == 0) return {};
+
+    const uint8_t* bytes = file.Bytes.data();
+    for (int32_t row = 0; row < height; ++row) {
+        if (allowEscape && host.IsEscapeDown()) return {DecodeEscaped, {}};
+
+        const uint8_t* outline = bytes + frame.OutlineTableOffset + 4 * static_cast<size_t>(row);
+        const int16_t left = LoadI16(outline);
+        const int16_t right = LoadI16(outline + 2);
+        if (left == BlankRowMark) {
+            image.FillRun(0, width - 1, row, LayerTransparent);
+            mask.FillRun(0, width - 1, row, LayerTransparent);
+            continue;
+        }
+        image.FillRun(0, left - 1, row, LayerTransparent);
+        mask.FillRun(0, left - 1, row, LayerTransparent);
+
+        const int64_t commandAt = int64_t{frame.CommandTableOffset} + 4 * int64_t{row};
+        if (!Inside(commandAt, 4, size)) return Damaged(row, "its command table entry lies outside the file");
+        const int32_t streamAt = LoadI32(bytes + commandAt);
+        if (!Inside(streamAt, 1, size)) return Damaged(row, "its commands lie outside the file");
+
+        RowDecoder decoder(file.Bytes, static_cast<size_t>(streamAt), image, mask, row, left);
+        if (std::string problem = decoder.Run(); !problem.empty()) return Damaged(row, problem);
+        image.FillRun(decoder.X(), decoder.X() + right - 1, row, LayerTransparent);
+        mask.FillRun(decoder.X(), decoder.X() + right - 1, row, LayerTransparent);
+    }
+    return {};
+}

@@ -1,0 +1,125 @@
+#pragma once
+// cDIBSection: a 24-bit bitmap, the program's only pixel store.
+//
+// Pixels lie in memory exactly as in a BMP file: rows from the bottom of the picture to the top, three
+// bytes a pixel in the order blue, green, red, each row padded to a multiple of 4 bytes. Pixel (0, 0)
+// is the top left. Colours go in and out as colour values (red in the low byte).
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+class Host;
+
+// The 40-byte bitmap header that SavePicture writes out unchanged.
+struct BitmapInfoHeader {
+    uint32_t biSize = 0;
+    int32_t biWidth = 0;
+    int32_t biHeight = 0;
+    uint16_t biPlanes = 0;
+    uint16_t biBitCount = 0;
+    uint32_t biCompression = 0;
+    uint32_t biSizeImage = 0;
+    int32_t biXPelsPerMeter = 0;
+    int32_t biYPelsPerMeter = 0;
+    uint32_t biClrUsed = 0;
+    uint32_t biClrImportant = 0;
+};
+
+inline constexpr int32_t SRCCOPY = 0xCC0020;
+inline constexpr uint32_t CLR_INVALID = 0xFFFFFFFF;
+
+// The largest surface the program makes, in pixels (4096 x 4096); a larger Create fails.
+inline constexpr int64_t MaxSurfacePixels = int64_t{1} << 24;
+
+// What SavePicture raises when the file cannot be created.
+inline constexpr int32_t SavePictureErrorNumber = 17;
+
+struct [[nodiscard]] SavePictureResult {
+    bool Written = true;        // the whole file was written
+    int32_t ErrorNumber = 0;    // 17 when the file could not be created
+    std::string ErrorSource;    // program file name + ".cDIBSection256"
+    std::string ErrorDescription;
+};
+
+class cDIBSection {
+public:
+    cDIBSection() = default;
+    ~cDIBSection();
+    cDIBSection(cDIBSection&&) noexcept = default;
+    cDIBSection& operator=(cDIBSection&&) noexcept = default;
+    cDIBSection(const cDIBSection&) = delete;
+    cDIBSection& operator=(const cDIBSection&) = delete;
+
+    // With bAsDIB only the box "I don't know how to put a DIB on the clipboard! ..." and false.
+    bool CopyToClipboard(Host& host, bool bAsDIB = false) const;
+    // Fills Info for the size and makes the pixel memory, all zero; false (and empty) if it cannot.
+    bool CreateDIB(int32_t lWidth, int32_t lheight);
+    void CreateFromPicture(const cDIBSection& picThis);
+    // Frees what the object held, then makes a zeroed surface of the size.
+    bool Create(int32_t lWidth, int32_t lheight);
+
+    int32_t BytesPerScanLine() const;
+    int32_t Width() const { return Info.biWidth; }
+    int32_t Height() const { return Info.biHeight; }
+    const BitmapInfoHeader& InfoHeader() const { return Info; }
+
+    // Copies from source into this surface at (0, 0). Widths and heights below 0 mean the whole source.
+    void LoadPictureBlt(const cDIBSection& source, int32_t lSrcLeft = 0, int32_t lSrcTop = 0,
+                        int32_t lSrcWidth = -1, int32_t lSrcHeight = -1, int32_t eRop = SRCCOPY);
+    // Copies this surface onto destination. Widths and heights below 0 mean the whole of this surface.
+    void PaintPicture(cDIBSection& destination, int32_t lDestLeft = 0, int32_t lDestTop = 0,
+                      int32_t lDestWidth = -1, int32_t lDestHeight = -1, int32_t lSrcLeft = 0,
+                      int32_t lSrcTop = 0, int32_t eRop = SRCCOPY) const;
+
+    // Non-zero while the object holds a surface.
+    uintptr_t hdc() const;
+    uintptr_t hDib() const;
+    uint8_t* DIBSectionBitsPtr() { return bits_.empty() ? nullptr : bits_.data(); }
+    const uint8_t* DIBSectionBitsPtr() const { return bits_.empty() ? nullptr : bits_.data(); }
+    bool IsCreated() const { return !bits_.empty(); }
+
+    void RandomiseBits(bool bGray = false);
+    void ClearUp();
+    cDIBSection Resample(int32_t lNewHeight, int32_t lNewWidth) const;
+
+    // The whole BMP file: 14-byte file header, Info, pixel memory.
+    std::vector<uint8_t> EncodeBitmap() const;
+    // Writes EncodeBitmap() to sFileName, replacing any file there.
+    SavePictureResult SavePicture(const std::string& sFileName) const;
+    static std::string ApiError(int32_t e);
+
+    // The drawing calls of the device context. Positions outside the surface are ignored; GetPixel
+    // answers CLR_INVALID there.
+    void SetPixelV(int32_t x, int32_t y, uint32_t colour) {
+        if (x >= 0 && y >= 0 && x < Info.biWidth && y < Info.biHeight && IsCreated()) {
+            uint8_t* p = RowPointer(y) + 3 * static_cast<size_t>(x);
+            p[0] = static_cast<uint8_t>(colour >> 16);
+            p[1] = static_cast<uint8_t>(colour >> 8);
+            p[2] = static_cast<uint8_t>(colour);
+        }
+    }
+    uint32_t GetPixel(int32_t x, int32_t y) const {
+        if (x < 0 || y < 0 || x >= Info.biWidth || y >= Info.biHeight || !IsCreated()) return CLR_INVALID;
+        const uint8_t* p = RowPointer(y) + 3 * static_cast<size_t>(x);
+        return uint32_t{p[2]} | uint32_t{p[1]} << 8 | uint32_t{p[0]} << 16;
+    }
+    // Sets columns first to last of a row, both included, clipped to the surface.
+    void FillRun(int64_t first, int64_t last, int64_t y, uint32_t colour);
+
+    // Pixel memory of row y (0 = top), for the fast loops of the decoder and the exports.
+    uint8_t* RowPointer(int32_t y) {
+        return bits_.data() + static_cast<size_t>(Info.biHeight - 1 - y) * static_cast<size_t>(BytesPerScanLine());
+    }
+    const uint8_t* RowPointer(int32_t y) const {
+        return bits_.data() + static_cast<size_t>(Info.biHeight - 1 - y) * static_cast<size_t>(BytesPerScanLine());
+    }
+
+private:
+    std::array<uint8_t, 54> EncodeHeaders() const;
+
+    BitmapInfoHeader Info;
+    std::vector<uint8_t> bits_;
+};

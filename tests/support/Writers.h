@@ -1,0 +1,133 @@
+#pragma once
+// Writers for the files Brindle reads: DRS archives, SLP sprites, JASC-PAL palettes and WAV sounds.
+// The tests build every fixture with these, in code, and the demo archive is made with them too.
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fixtures {
+
+using Bytes = std::vector<uint8_t>;
+
+// Little-endian stores into a byte vector, growing it as needed; for patching fixtures.
+void PutI16(Bytes& bytes, size_t offset, int16_t value);
+void PutI32(Bytes& bytes, size_t offset, int32_t value);
+void AppendI16(Bytes& bytes, int16_t value);
+void AppendI32(Bytes& bytes, int32_t value);
+
+// ---- DRS archives ----------------------------------------------------------------------------
+
+enum class Flavour { Year2001, Year1997, Unknown };
+
+// The four bytes of a table tag as stored: a first byte that nobody reads, then the name backwards.
+// StoredTag("slp") gives " pls", which ReverseTypeTag reads as "SLP".
+std::array<char, 4> StoredTag(std::string_view name, char first = ' ');
+
+struct EntryFixture {
+    int32_t ID = 0;
+    Bytes Data;
+};
+
+struct TableFixture {
+    std::array<char, 4> TypeTag{};
+    std::vector<EntryFixture> Entries;
+};
+
+struct ArchiveFixture {
+    Flavour Kind = Flavour::Year1997;
+    std::vector<TableFixture> Tables;
+};
+
+// Where the parts of a written archive stand, for tests that damage them.
+struct ArchiveLayout {
+    int32_t HeaderAt = 0;                     // DRSHeaderRecord
+    int32_t TablesAt = 0;                     // first DRSTableRecord
+    std::vector<int32_t> EntryRecordsAt;      // first DRSEntryRecord of each table
+    std::vector<std::vector<int32_t>> DataAt; // data of each entry, per table
+};
+
+// Magic, header, table records, entry records, then the entries' data, in that order.
+Bytes WriteArchive(const ArchiveFixture& contents, ArchiveLayout* layout = nullptr);
+
+// ---- SLP sprites -----------------------------------------------------------------------------
+
+inline constexpr int16_t BlankRow = -32768;
+
+// One row: its margins and its command stream, end-of-row byte included. A row whose Left is
+// BlankRow gets no stream, and its command table entry is 0.
+struct RowFixture {
+    int16_t Left = 0;
+    int16_t Right = 0;
+    Bytes Commands;
+};
+
+struct FrameFixture {
+    int32_t Width = 0;
+    int32_t Height = 0;
+    int32_t HotspotX = 0;
+    int32_t HotspotY = 0;
+    int32_t PaletteOffset = 0;
+    int32_t Properties = 0;
+    std::vector<RowFixture> Rows;  // Height rows
+};
+
+// Where the parts of a written sprite stand, per frame.
+struct SpriteLayout {
+    std::vector<int32_t> OutlineTableAt;
+    std::vector<int32_t> CommandTableAt;
+    std::vector<std::vector<int32_t>> RowStreamAt;  // 0 for blank rows
+};
+
+// Header, frame table, then per frame its outline table, command table and row streams.
+Bytes WriteSprite(const std::vector<FrameFixture>& frames, std::string_view version = "2.0N",
+                  std::string_view comment = "", SpriteLayout* layout = nullptr);
+
+// A picture drawn in layers, from which EncodeFrame makes the command streams.
+enum class Layer : uint8_t { Transparent, Colour, Player, Shadow, OutlineInner, OutlineOuter };
+
+struct ArtPixel {
+    Layer Kind = Layer::Transparent;
+    uint8_t Index = 0;  // palette index for Colour; player byte (0 to 239) for Player
+};
+
+struct Art {
+    int32_t Width = 0;
+    int32_t Height = 0;
+    std::vector<ArtPixel> Pixels;  // row by row from the top
+
+    Art() = default;
+    Art(int32_t width, int32_t height) : Width(width), Height(height), Pixels(size_t(width) * size_t(height)) {}
+    ArtPixel& At(int32_t x, int32_t y) { return Pixels[size_t(y) * size_t(Width) + size_t(x)]; }
+    const ArtPixel& At(int32_t x, int32_t y) const { return Pixels[size_t(y) * size_t(Width) + size_t(x)]; }
+};
+
+// Encodes a picture as an SLP frame, using every command form where it fits: margins for transparent
+// ends, blank rows, colour lists and fills, player lists and fills, shadow runs, outline pixels and runs.
+FrameFixture EncodeFrame(const Art& art, int32_t hotspotX = 0, int32_t hotspotY = 0);
+
+// The colour values a frame of art must decode to, surface by surface (row by row from the top).
+std::vector<uint32_t> ExpectedImage(const Art& art, std::span<const uint32_t, 256> palette);
+std::vector<uint32_t> ExpectedMask(const Art& art);
+
+// A second, plain decoder that follows the command table pixel by pixel, for differential tests.
+// Decodes frame (from 0) of an SLP file in memory into image and mask, row by row from the top.
+// Returns false when the frame reads outside the bytes, when a player byte is above 239, or when its
+// size is beyond the program's limits (MaxFrameWidth, MaxFrameRows, MaxSurfacePixels); image and mask
+// then hold what was drawn before. A Height below 1 decodes to no pixels.
+bool ReferenceDecode(std::span<const uint8_t> slp, int32_t frame, std::span<const uint32_t, 256> palette,
+                     std::vector<uint32_t>& image, std::vector<uint32_t>& mask);
+
+// ---- JASC-PAL palettes and WAV sounds --------------------------------------------------------
+
+// "JASC-PAL", version, count, then one "R G B" line per colour value, each line ending in CR LF.
+std::string WriteJascPal(std::span<const uint32_t> colours, std::string_view version = "0100",
+                         std::string_view count = "256");
+
+// A 16-bit mono PCM WAV file of a sine tone.
+Bytes WriteWavTone(int32_t sampleRate, double seconds, double frequency);
+
+}  // namespace fixtures
