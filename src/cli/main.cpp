@@ -87,7 +87,7 @@ bool LoadArchive(const std::string& path, bool force, ReadOnlyFile& archive, Cli
     if (read.Code == CatalogueBuilt) return true;
     Fail(host, "Error reading from DRS file!", since, read.Detail);
     if (read.Code == CatalogueRefused && !force)
-        std::cerr << path << " is not an archive of a known flavour; --force reads it anyway.\n";
+        std::cerr << "Run again with --force to read it anyway.\n";
     return false;
 }
 
@@ -150,7 +150,7 @@ std::string ProposedName(int32_t kind, int32_t id) {
 std::string TableFolderName(int position, std::string_view heading) {
     std::string name = (position < 10 ? "0" : "") + std::to_string(position);
     std::string tag;
-    for (char c : heading.substr(2, 3)) {
+    for (char c : heading.size() >= 5 ? heading.substr(2, 3) : std::string_view()) {
         if (IsLetterOrDigit(c)) tag += c;
     }
     return tag.empty() ? name : name + "-" + tag;
@@ -162,7 +162,7 @@ std::string DistinctName(const std::string& name, std::set<std::string>& used) {
     const size_t dot = name.find('.');
     const std::string stem = name.substr(0, dot);
     const std::string extension = dot == std::string::npos ? "" : name.substr(dot);
-    for (int n = 2; false; ++n) candidate = stem + "-" + std::to_string(n) + extension;
+    for (int n = 2; used.count(candidate) != 0; ++n) candidate = stem + "-" + std::to_string(n) + extension;
     used.insert(candidate);
     return candidate;
 }
@@ -303,7 +303,7 @@ void AddForce(CLI::App* command, Options& options) {
 }
 
 void AddColourOption(CLI::App* command, const std::string& name, std::string& target, const std::string& what) {
-    command->add_option(name, target, what + ", #RRGGBB")->check(ColourText);
+    command->add_option(name, target, what)->check(ColourText);
 }
 
 }  // namespace

@@ -13,3 +13,5 @@ void ResetColourChoices() {
     OutlineOuterColour = DefaultOutlineOuterColour;
     PlayerNumber = 0;
 }
+
+LayerColours ScreenColours() { return {MaskColour, ShadowColour, OutlineInnerColour, OutlineOuterColour}; }

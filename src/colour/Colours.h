@@ -17,3 +17,18 @@ extern int16_t PlayerNumber;  // 0 to 7; no drawing reads it
 
 // Sets the four colours and PlayerNumber to their start values.
 void ResetColourChoices();
+
+// The colours that the image surface gets for the layers the palette does not reach. Colour and
+// player pixels always take their palette colour.
+struct LayerColours {
+    uint32_t Transparent;
+    uint32_t Shadow;
+    uint32_t OutlineInner;
+    uint32_t OutlineOuter;
+};
+
+// As a decode leaves the image surface, and as the sequence and SLX exports take it.
+inline constexpr LayerColours DecodedColours{0xFF00FF, 0x0000FF, 0xFF00FF, 0xFF00FF};
+
+// On screen and in "Save as BMP": the user's four choices as they stand now.
+LayerColours ScreenColours();

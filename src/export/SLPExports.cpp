@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "colour/Colours.h"
 #include "shell/Functions.h"
@@ -51,6 +52,13 @@ CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames) {
     return bounds;
 }
 
+// Paints the whole canvas in MaskColour: one row drawn, the others copied from it.
+void ClearCanvas(cDIBSection& canvas) {
+    DrawPixelRun(canvas, 0, canvas.Width() - 1, 0, MaskColour);
+    const size_t rowBytes = 3 * static_cast<size_t>(canvas.Width());
+    for (int32_t y = 1; y < canvas.Height(); ++y) std::memcpy(canvas.RowPointer(y), canvas.RowPointer(0), rowBytes);
+}
+
 // Puts the decoded image on the canvas with its hot spot at the canvas's origin; its transparent
 // pixels (by colour, 0xFF00FF) take MaskColour.
 void CopyFrameToCanvas(const cDIBSection& image, const SLPFrameInfo& frame, const CanvasBounds& bounds,
@@ -59,14 +67,18 @@ void CopyFrameToCanvas(const cDIBSection& image, const SLPFrameInfo& frame, cons
     const int64_t dx = -bounds.MinX - frame.HotspotX;
     const int64_t dy = -bounds.MinY - frame.HotspotY;
     const int64_t firstX = std::max<int64_t>(0, -dx);
-    const int64_t lastX = std::min<int64_t>(image.Width(), canvas.Width() - dx);  // exclusive
+    const int64_t endX = std::min<int64_t>(image.Width(), canvas.Width() - dx);
+    if (firstX >= endX) return;
+    const uint8_t background[3] = {static_cast<uint8_t>(MaskColour >> 16), static_cast<uint8_t>(MaskColour >> 8),
+                                   static_cast<uint8_t>(MaskColour)};
     for (int32_t y = 0; y < image.Height(); ++y) {
         const int64_t canvasY = y + dy;
         if (canvasY < 0 || canvasY >= canvas.Height()) continue;
-        for (int64_t x = firstX; x < lastX; ++x) {
-            const uint32_t pixel = image.GetPixel(static_cast<int32_t>(x), y);
-            canvas.SetPixelV(static_cast<int32_t>(x + dx), static_cast<int32_t>(canvasY),
-                             pixel == 0xFF00FF ? MaskColour : pixel);
+        const uint8_t* from = image.RowPointer(y) + 3 * firstX;
+        uint8_t* to = canvas.RowPointer(static_cast<int32_t>(canvasY)) + 3 * (firstX + dx);
+        for (int64_t x = firstX; x < endX; ++x, from += 3, to += 3) {
+            const bool transparent = from[0] == 0xFF && from[1] == 0x00 && from[2] == 0xFF;
+            std::memcpy(to, transparent ? background : from, 3);
         }
     }
 }
@@ -100,7 +112,7 @@ Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, 
             decoded.Code == DecodeDamaged) {
             return Outcome::Failure("frame " + std::to_string(i) + ": " + decoded.Detail);
         }
-        for (int32_t y = 0; y < canvas.Height(); ++y) DrawPixelRun(canvas, 0, canvas.Width() - 1, y, MaskColour);
+        ClearCanvas(canvas);
         CopyFrameToCanvas(image, frame, bounds, canvas);
 
         const std::string name = BasePath + PadFrameNumber(i) + ".bmp";

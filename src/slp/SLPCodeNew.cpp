@@ -1,6 +1,7 @@
 #include "slp/SLPCodeNew.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "colour/Palettes.h"
@@ -27,18 +28,25 @@ bool Inside(int64_t offset, int64_t length, size_t size) {
            static_cast<uint64_t>(length) <= size - static_cast<uint64_t>(offset);
 }
 
-inline void StorePixel(uint8_t* p, uint32_t colour) {
-    p[0] = static_cast<uint8_t>(colour >> 16);
-    p[1] = static_cast<uint8_t>(colour >> 8);
-    p[2] = static_cast<uint8_t>(colour);
+// The palette as its colours lie in a surface's memory (blue, green, red in the low three bytes),
+// taken once a frame, so that drawing a listed pixel is one table lookup and one store.
+using MemoryPalette = std::array<uint32_t, 256>;
+
+MemoryPalette MemoryOrderPalette() {
+    MemoryPalette memory{};
+    for (size_t i = 0; i < memory.size(); ++i) {
+        const uint32_t colour = Palette[i];
+        memory[i] = (colour >> 16 & 0xFF) | (colour & 0xFF00) | (colour & 0xFF) << 16;
+    }
+    return memory;
 }
 
 // One row of a frame being decoded: the command stream and the two rows of pixels it draws into.
 class RowDecoder {
 public:
-    RowDecoder(std::span<const uint8_t> file, size_t streamAt, cDIBSection& image, cDIBSection& mask, int32_t row,
-               int64_t x)
-        : file_(file), at_(streamAt), image_(image), mask_(mask), row_(row), width_(image.Width()), x_(x),
+    RowDecoder(std::span<const uint8_t> file, size_t streamAt, const MemoryPalette& palette,
+               const LayerColours& colours, cDIBSection& image, cDIBSection& mask, int32_t row, int64_t x)
+        : file_(file), at_(streamAt), palette_(palette), colours_(colours), width_(image.Width()), x_(x),
           imageRow_(image.RowPointer(row)), maskRow_(mask.RowPointer(row)) {}
 
     // Carries out commands until an end-of-row byte. Returns an empty text, or what is wrong with the row.
@@ -91,13 +99,13 @@ private:
                 return List(command >> 2, LayerColour);
             case 0x1: case 0x5: case 0x9: case 0xD:  // skip, six-bit length
                 if (!Extended(command >> 2, length)) return Step::CutOff;
-                return Fill(length, LayerTransparent, LayerTransparent);
+                return Fill(length, colours_.Transparent, LayerTransparent);
             case 0x2:  // long colour list
                 if (!Next(operand)) return Step::CutOff;
                 return List(high * 256 + operand, LayerColour);
             case 0x3:  // long skip
                 if (!Next(operand)) return Step::CutOff;
-                return Fill(high * 256 + operand, LayerTransparent, LayerTransparent);
+                return Fill(high * 256 + operand, colours_.Transparent, LayerTransparent);
             case 0x6:  // player colour list
                 if (!Extended(high, length)) return Step::CutOff;
                 return List(length, LayerPlayer);
@@ -110,13 +118,13 @@ private:
                 return Fill(length, Palette[operand + 16u], LayerPlayer);
             case 0xB:  // shadow
                 if (!Extended(high, length)) return Step::CutOff;
-                return Fill(length, LayerShadow, LayerShadow);
+                return Fill(length, colours_.Shadow, LayerShadow);
             case 0xE:
-                if (command == 0x4E) return Fill(1, LayerTransparent, LayerOutlineInner);
-                if (command == 0x6E) return Fill(1, LayerTransparent, LayerOutlineOuter);
+                if (command == 0x4E) return Fill(1, colours_.OutlineInner, LayerOutlineInner);
+                if (command == 0x6E) return Fill(1, colours_.OutlineOuter, LayerOutlineOuter);
                 if (!Next(operand)) return Step::CutOff;
-                if (command == 0x5E) return Fill(operand, LayerTransparent, LayerOutlineInner);
-                if (command == 0x7E) return Fill(operand, LayerTransparent, LayerOutlineOuter);
+                if (command == 0x5E) return Fill(operand, colours_.OutlineInner, LayerOutlineInner);
+                if (command == 0x7E) return Fill(operand, colours_.OutlineOuter, LayerOutlineOuter);
                 return Fill(operand, Palette[16 + high], LayerPlayer);  // player run by nibble
             default:  // 0xF
                 return Step::EndOfRow;
@@ -125,11 +133,11 @@ private:
 
     // A run of length pixels from x, clipped to the row.
     Step Fill(uint32_t length, uint32_t colour, uint32_t layer) {
-        if (length > 0) {
-            image_.FillRun(x_, x_ + length - 1, row_, colour);
-            mask_.FillRun(x_, x_ + length - 1, row_, layer);
-            x_ += length;
-        }
+        const int64_t first = std::clamp<int64_t>(x_, 0, width_);
+        const int64_t end = std::clamp<int64_t>(x_ + length, first, width_);
+        FillPixels(imageRow_ + 3 * first, static_cast<size_t>(end - first), colour);
+        FillPixels(maskRow_ + 3 * first, static_cast<size_t>(end - first), layer);
+        x_ += length;
         return Step::Done;
     }
 
@@ -145,10 +153,11 @@ private:
         // Only the part of the list between column 0 and the right edge shows.
         const int64_t first = std::clamp<int64_t>(-x_, 0, length);
         const int64_t last = std::clamp<int64_t>(width_ - x_, first, length);
-        for (int64_t i = first; i < last; ++i) {
-            StorePixel(imageRow_ + 3 * (x_ + i), Palette[bytes[i] + offset]);
-            StorePixel(maskRow_ + 3 * (x_ + i), layer);
-        }
+        // As in FillPixels: 4-byte stores whose last byte the next pixel overwrites, but for the last pixel.
+        uint8_t* image = imageRow_ + 3 * (x_ + first);
+        for (int64_t i = first; i + 1 < last; ++i, image += 3) std::memcpy(image, &palette_[bytes[i] + offset], 4);
+        if (first < last) std::memcpy(image, &palette_[bytes[last - 1] + offset], 3);
+        FillPixels(maskRow_ + 3 * (x_ + first), static_cast<size_t>(last - first), layer);
         at_ += length;
         x_ += length;
         return Step::Done;
@@ -156,9 +165,8 @@ private:
 
     std::span<const uint8_t> file_;
     size_t at_;
-    cDIBSection& image_;
-    cDIBSection& mask_;
-    int32_t row_;
+    const MemoryPalette& palette_;
+    const LayerColours& colours_;
     int64_t width_;
     int64_t x_;
     uint8_t* imageRow_;
@@ -213,7 +221,7 @@ void DrawPixelRun(cDIBSection& dc, int32_t first, int32_t last, int32_t row, uin
 }
 
 DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIBSection& image, cDIBSection& mask,
-                            bool allowEscape, Host& host) {
+                            bool allowEscape, Host& host, const LayerColours& colours) {
     const int32_t width = frame.Width;
     const int32_t height = frame.Height;
     const size_t size = file.Bytes.size();
@@ -235,6 +243,7 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
     if (height < 1 || width == 0) return {};
 
     const uint8_t* bytes = file.Bytes.data();
+    const MemoryPalette palette = MemoryOrderPalette();
     for (int32_t row = 0; row < height; ++row) {
         if (allowEscape && host.IsEscapeDown()) return {DecodeEscaped, {}};
 
@@ -242,11 +251,11 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
         const int16_t left = LoadI16(outline);
         const int16_t right = LoadI16(outline + 2);
         if (left == BlankRowMark) {
-            image.FillRun(0, width - 1, row, LayerTransparent);
+            image.FillRun(0, width - 1, row, colours.Transparent);
             mask.FillRun(0, width - 1, row, LayerTransparent);
             continue;
         }
-        image.FillRun(0, left - 1, row, LayerTransparent);
+        image.FillRun(0, left - 1, row, colours.Transparent);
         mask.FillRun(0, left - 1, row, LayerTransparent);
 
         const int64_t commandAt = int64_t{frame.CommandTableOffset} + 4 * int64_t{row};
@@ -254,9 +263,9 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
         const int32_t streamAt = LoadI32(bytes + commandAt);
         if (!Inside(streamAt, 1, size)) return Damaged(row, "its commands lie outside the file");
 
-        RowDecoder decoder(file.Bytes, static_cast<size_t>(streamAt), image, mask, row, left);
+        RowDecoder decoder(file.Bytes, static_cast<size_t>(streamAt), palette, colours, image, mask, row, left);
         if (std::string problem = decoder.Run(); !problem.empty()) return Damaged(row, problem);
-        image.FillRun(decoder.X(), decoder.X() + right - 1, row, LayerTransparent);
+        image.FillRun(decoder.X(), decoder.X() + right - 1, row, colours.Transparent);
         mask.FillRun(decoder.X(), decoder.X() + right - 1, row, LayerTransparent);
     }
     return {};

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "colour/Colours.h"
 #include "shell/Host.h"
 #include "shell/Outcome.h"
 #include "surface/cDIBSection.h"
@@ -74,9 +75,10 @@ struct [[nodiscard]] DecodeResult {
 };
 
 // Decodes one frame into image (colours) and mask (layer codes), both created at the frame's size.
-// With allowEscape the host's ESC key is asked at the start of every row.
+// With allowEscape the host's ESC key is asked at the start of every row. The image surface gets the
+// palette's colours for colour and player pixels, and `colours` for the other layers.
 DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIBSection& image, cDIBSection& mask,
-                            bool allowEscape, Host& host);
+                            bool allowEscape, Host& host, const LayerColours& colours = DecodedColours);
 
 // Sets columns first to last of one row, both included; first above last sets nothing.
 void DrawPixelRun(cDIBSection& dc, int32_t first, int32_t last, int32_t row, uint32_t colour);

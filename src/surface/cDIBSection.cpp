@@ -85,7 +85,8 @@ bool cDIBSection::CreateDIB(int32_t lWidth, int32_t lheight) {
     Info.biCompression = 0;
     const int64_t pixels = int64_t{lWidth} * lheight;
     if (lWidth <= 0 || lheight <= 0 || pixels > MaxSurfacePixels) return false;
-    Info.biSizeImage = static_cast<uint32_t>(int64_t{lheight} * BytesPerScanLine());
+    stride_ = static_cast<size_t>(BytesPerScanLine());
+    Info.biSizeImage = static_cast<uint32_t>(static_cast<size_t>(lheight) * stride_);
     bits_.assign(Info.biSizeImage, 0);
     return true;
 }
@@ -197,8 +198,9 @@ std::array<uint8_t, 54> cDIBSection::EncodeHeaders() const {
 
 std::vector<uint8_t> cDIBSection::EncodeBitmap() const {
     const auto headers = EncodeHeaders();
-    std::vector<uint8_t> file(headers.begin(), headers.end());
-    file.insert(file.end(), bits_.begin(), bits_.end());
+    std::vector<uint8_t> file(headers.size() + bits_.size());
+    std::memcpy(file.data(), headers.data(), headers.size());
+    if (!bits_.empty()) std::memcpy(file.data() + headers.size(), bits_.data(), bits_.size());
     return file;
 }
 
@@ -230,17 +232,5 @@ void cDIBSection::FillRun(int64_t first, int64_t last, int64_t y, uint32_t colou
     last = std::min<int64_t>(last, int64_t{Info.biWidth} - 1);
     if (first > last) return;
     uint8_t* p = RowPointer(static_cast<int32_t>(y)) + 3 * first;
-    const size_t count = static_cast<size_t>(last - first + 1);
-    const auto blue = static_cast<uint8_t>(colour >> 16);
-    const auto green = static_cast<uint8_t>(colour >> 8);
-    const auto red = static_cast<uint8_t>(colour);
-    if (blue == green && green == red) {
-        std::memset(p, blue, 3 * count);
-        return;
-    }
-    for (size_t i = 0; i < count; ++i, p += 3) {
-        p[0] = blue;
-        p[1] = green;
-        p[2] = red;
-    }
+    FillPixels(p, static_cast<size_t>(last - first + 1), colour);
 }

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 #include <vector>
@@ -36,6 +37,15 @@ inline constexpr int64_t MaxSurfacePixels = int64_t{1} << 24;
 
 // What SavePicture raises when the file cannot be created.
 inline constexpr int32_t SavePictureErrorNumber = 17;
+
+// Sets count pixels from p on with one colour value. Every pixel but the last is written as one 4-byte
+// store whose fourth byte the next pixel overwrites, so nothing past the run is touched.
+inline void FillPixels(uint8_t* p, size_t count, uint32_t colour) {
+    if (count == 0) return;
+    const uint32_t word = (colour >> 16 & 0xFF) | (colour & 0xFF00) | (colour & 0xFF) << 16;
+    for (size_t i = 0; i + 1 < count; ++i, p += 3) std::memcpy(p, &word, 4);
+    std::memcpy(p, &word, 3);
+}
 
 struct [[nodiscard]] SavePictureResult {
     bool Written = true;        // the whole file was written
@@ -110,11 +120,9 @@ public:
     void FillRun(int64_t first, int64_t last, int64_t y, uint32_t colour);
 
     // Pixel memory of row y (0 = top), for the fast loops of the decoder and the exports.
-    uint8_t* RowPointer(int32_t y) {
-        return bits_.data() + static_cast<size_t>(Info.biHeight - 1 - y) * static_cast<size_t>(BytesPerScanLine());
-    }
+    uint8_t* RowPointer(int32_t y) { return bits_.data() + static_cast<size_t>(Info.biHeight - 1 - y) * stride_; }
     const uint8_t* RowPointer(int32_t y) const {
-        return bits_.data() + static_cast<size_t>(Info.biHeight - 1 - y) * static_cast<size_t>(BytesPerScanLine());
+        return bits_.data() + static_cast<size_t>(Info.biHeight - 1 - y) * stride_;
     }
 
 private:
@@ -122,4 +130,5 @@ private:
 
     BitmapInfoHeader Info;
     std::vector<uint8_t> bits_;
+    size_t stride_ = 0;  // BytesPerScanLine of the surface held
 };
