@@ -7,7 +7,7 @@
 
 #include "shell/Host.h"
 
-class CliHost : public Host {
+class CliHost : public QuietHost {
 public:
     explicit CliHost(bool force = false);
 
@@ -24,20 +24,7 @@ public:
 
     void ClearList() override { rows_.clear(); }
     void AddListRows(std::span<const ListRow> rows) override;
-    void SetListVisible(bool) override {}
-    void SetStatusText(std::string_view) override {}
-    void SetPictureStatusText(std::string_view) override {}
-    void SetFrameScrollGate(bool) override {}
-    void SetFrameScrollMax(int16_t) override {}
-    void SetFrameScrollValue(int16_t) override {}
-    void SetBusyPointer(bool) override {}
-    void SetPictureSource(std::string_view) override {}
-    void SetPictureSize(int32_t, int32_t) override {}
-    void PaintPicture(const cDIBSection&) override {}
-    void RepaintMainForm() override {}
     MessageAnswer ShowMessage(std::string_view text, MessageStyle style, std::string_view title) override;
-    bool IsEscapeDown() override { return false; }
-    bool PutBitmapOnClipboard(const cDIBSection&) override { return false; }
 
 private:
     bool force_ = false;

@@ -10,28 +10,61 @@
 
 namespace {
 
+// What both exports share: the sprite read once and held for the whole export, the two surfaces that
+// the decoder creates anew for each frame, the progress shown, and the rule for files that fail.
 // While an export runs, FrameScroll's changes must not redraw; afterwards they must again, however
-// the export ended. The status labels are cleared at the end as well.
-class ExportScope {
+// the export ended, and the status labels are cleared.
+class SpriteExport {
 public:
-    explicit ExportScope(Host& host) : host_(host) { host_.SetFrameScrollGate(false); }
-    ~ExportScope() {
+    explicit SpriteExport(Host& host) : host_(host) { host_.SetFrameScrollGate(false); }
+    ~SpriteExport() {
         host_.SetFrameScrollGate(true);
         host_.SetPictureStatusText("");
         host_.SetStatusText("");
     }
-    ExportScope(const ExportScope&) = delete;
-    ExportScope& operator=(const ExportScope&) = delete;
+    SpriteExport(const SpriteExport&) = delete;
+    SpriteExport& operator=(const SpriteExport&) = delete;
+
+    Outcome Open(const std::string& path) { return ReadSLPHeaders(path, file_, header_, frames_); }
+    int32_t FrameCount() const { return header_.NumFrames; }
+    const std::vector<SLPFrameInfo>& Frames() const { return frames_; }
+    const SLPFrameInfo& Frame(int32_t number) const { return frames_[static_cast<size_t>(number - 1)]; }
+
+    // Shows that frame `number` is being saved and decodes it into Image and Mask, in the decoded colours.
+    Outcome Decode(int32_t number) {
+        host_.SetPictureStatusText("Saving frame " + std::to_string(number) + " of " + std::to_string(FrameCount()));
+        host_.SetFrameScrollValue(static_cast<int16_t>(number));
+        if (number % 5 == 0) host_.RepaintMainForm();
+        const DecodeResult decoded = DecodeSLPFrame(file_, Frame(number), Image, Mask, false, host_);
+        if (decoded.Code == DecodeDamaged) return Outcome::Failure("frame " + std::to_string(number) + ": " + decoded.Detail);
+        return Outcome::Success();
+    }
+
+    // A file that cannot be created ends the export; one that cannot be written to its end is noted,
+    // and the export goes on with the next.
+    Outcome Save(const cDIBSection& surface, const std::string& name) {
+        const SavePictureResult saved = surface.SavePicture(name);
+        if (saved.ErrorNumber == SavePictureErrorNumber) {
+            return Outcome::Failure("cannot create " + name + ": " + saved.ErrorDescription);
+        }
+        if (!saved.Written) unfinished_ += (unfinished_.empty() ? "" : ", ") + name;
+        return Outcome::Success();
+    }
+
+    Outcome Result() const {
+        return unfinished_.empty() ? Outcome::Success() : Outcome::Failure("could not write all of " + unfinished_);
+    }
+
+    cDIBSection Image;
+    cDIBSection Mask;
 
 private:
     Host& host_;
+    SLPFile file_;
+    SLPHeader header_;
+    std::vector<SLPFrameInfo> frames_;
+    std::string unfinished_;
 };
-
-void ShowProgress(Host& host, int32_t frame, int32_t frameCount) {
-    host.SetPictureStatusText("Saving frame " + std::to_string(frame) + " of " + std::to_string(frameCount));
-    host.SetFrameScrollValue(static_cast<int16_t>(frame));
-    if (frame % 5 == 0) host.RepaintMainForm();
-}
 
 // The common canvas of a sequence: every frame's pixels relative to its hot spot, from (MinX, MinY)
 // to (MaxX, MaxY). The odd start values are the ones the sequence files have always been made with.
@@ -86,14 +119,11 @@ void CopyFrameToCanvas(const cDIBSection& image, const SLPFrameInfo& frame, cons
 }  // namespace
 
 Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, Host& host) {
-    SLPFile file;
-    SLPHeader header;
-    std::vector<SLPFrameInfo> frames;
-    ExportScope scope(host);
-    if (Outcome read = ReadSLPHeaders(SLPPath, file, header, frames); !read) return read;
+    SpriteExport sprite(host);
+    if (Outcome read = sprite.Open(SLPPath); !read) return read;
     host.SetStatusText("Exporting to image sequence...");
 
-    const CanvasBounds bounds = MeasureCanvas(frames);
+    const CanvasBounds bounds = MeasureCanvas(sprite.Frames());
     if (bounds.Width() < 1 || bounds.Height() < 1 || bounds.Width() > MaxFrameWidth ||
         bounds.Width() * bounds.Height() > MaxSurfacePixels) {
         return Outcome::Failure("the frames' hot spots spread them over " + std::to_string(bounds.Width()) + " x " +
@@ -102,38 +132,23 @@ Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, 
     cDIBSection canvas;
     canvas.Create(static_cast<int32_t>(bounds.Width()), static_cast<int32_t>(bounds.Height()));
 
-    cDIBSection image;
-    cDIBSection mask;
-    std::string writeFailures;
-    for (int32_t i = 1; i <= header.NumFrames; ++i) {
-        ShowProgress(host, i, header.NumFrames);
-        const SLPFrameInfo& frame = frames[static_cast<size_t>(i - 1)];
-        if (const DecodeResult decoded = DecodeSLPFrame(file, frame, image, mask, false, host);
-            decoded.Code == DecodeDamaged) {
-            return Outcome::Failure("frame " + std::to_string(i) + ": " + decoded.Detail);
-        }
+    for (int32_t i = 1; i <= sprite.FrameCount(); ++i) {
+        if (Outcome decoded = sprite.Decode(i); !decoded) return decoded;
         ClearCanvas(canvas);
-        CopyFrameToCanvas(image, frame, bounds, canvas);
-
-        const std::string name = BasePath + PadFrameNumber(i) + ".bmp";
-        const SavePictureResult saved = canvas.SavePicture(name);
-        if (saved.ErrorNumber == SavePictureErrorNumber) return Outcome::Failure("cannot create " + name + ": " + saved.ErrorDescription);
-        if (!saved.Written) writeFailures += (writeFailures.empty() ? "" : ", ") + name;  // the export goes on
+        CopyFrameToCanvas(sprite.Image, sprite.Frame(i), bounds, canvas);
+        if (Outcome saved = sprite.Save(canvas, BasePath + PadFrameNumber(i) + ".bmp"); !saved) return saved;
     }
-    if (!writeFailures.empty()) return Outcome::Failure("could not write all of " + writeFailures);
-    return Outcome::Success();
+    return sprite.Result();
 }
 
 Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host& host) {
-    SLPFile file;
-    SLPHeader header;
-    std::vector<SLPFrameInfo> frames;
-    ExportScope scope(host);
-    if (Outcome read = ReadSLPHeaders(SLPPath, file, header, frames); !read) return read;
+    SpriteExport sprite(host);
+    if (Outcome read = sprite.Open(SLPPath); !read) return read;
 
     const std::string listPath = BasePath + ".slx";
     std::FILE* list = std::fopen(listPath.c_str(), "wb");
     if (!list) return Outcome::Failure("cannot create " + listPath);
+    // The lines are gathered and written when the export ends, however it ends.
     std::string text;
     auto writeLine = [&text](const std::string& line) { text += line + "\r\n"; };
     auto finish = [&](Outcome outcome) {
@@ -144,32 +159,19 @@ Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host&
     };
 
     writeLine("SLX 0.5");
-    writeLine(std::to_string(header.NumFrames));
+    writeLine(std::to_string(sprite.FrameCount()));
     host.SetStatusText("Exporting all frames...");
 
-    cDIBSection image;
-    cDIBSection mask;
-    std::string writeFailures;
-    for (int32_t i = 1; i <= header.NumFrames; ++i) {
-        ShowProgress(host, i, header.NumFrames);
-        const SLPFrameInfo& frame = frames[static_cast<size_t>(i - 1)];
+    for (int32_t i = 1; i <= sprite.FrameCount(); ++i) {
+        const SLPFrameInfo& frame = sprite.Frame(i);
         writeLine(std::to_string(frame.HotspotX) + "," + std::to_string(frame.HotspotY));
-        if (const DecodeResult decoded = DecodeSLPFrame(file, frame, image, mask, false, host);
-            decoded.Code == DecodeDamaged) {
-            return finish(Outcome::Failure("frame " + std::to_string(i) + ": " + decoded.Detail));
-        }
+        if (Outcome decoded = sprite.Decode(i); !decoded) return finish(decoded);
         const std::string colourName = BasePath + std::to_string(i) + "c.bmp";
         const std::string maskName = BasePath + std::to_string(i) + "d.bmp";
-        for (const auto& [surface, name] : {std::pair{&image, colourName}, std::pair{&mask, maskName}}) {
-            const SavePictureResult saved = surface->SavePicture(name);
-            if (saved.ErrorNumber == SavePictureErrorNumber) {
-                return finish(Outcome::Failure("cannot create " + name + ": " + saved.ErrorDescription));
-            }
-            if (!saved.Written) writeFailures += (writeFailures.empty() ? "" : ", ") + name;
-        }
+        if (Outcome saved = sprite.Save(sprite.Image, colourName); !saved) return finish(saved);
+        if (Outcome saved = sprite.Save(sprite.Mask, maskName); !saved) return finish(saved);
         writeLine(FileOfPath(maskName));
         writeLine(FileOfPath(colourName));
     }
-    if (!writeFailures.empty()) return finish(Outcome::Failure("could not write all of " + writeFailures));
-    return finish(Outcome::Success());
+    return finish(sprite.Result());
 }
