@@ -22,6 +22,11 @@ struct Result {
     std::string Out, Err;
 };
 
+std::string Text(const std::string& path) {
+    const Bytes bytes = ReadFileBytes(path);
+    return {bytes.begin(), bytes.end()};
+}
+
 class CliTest : public ::testing::Test {
 protected:
     TempDir dir;
@@ -29,11 +34,10 @@ protected:
     Result Run(const std::string& arguments, const std::string& folder = ".") {
         const char* program = std::getenv("BRINDLE_CLI");
         EXPECT_NE(program, nullptr) << "BRINDLE_CLI names the program under test";
-        const std::string line = "cd '" + folder + "' && '" + (program ? program : "brindle-cli") + "' " + arguments + " >'" +
-                                 (dir / "stdout") + "' 2>'" + (dir / "stderr") + "'";
+        const std::string line = "cd '" + folder + "' && '" + (program ? program : "brindle-cli") + "' " +
+                                 arguments + " >'" + (dir / "out.txt") + "' 2>'" + (dir / "err.txt") + "'";
         const int status = std::system(line.c_str());
-        auto text = [](const std::string& path) { auto b = ReadFileBytes(path); return std::string(b.begin(), b.end()); };
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, text(dir / "stdout"), text(dir / "stderr")};
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Text(dir / "out.txt"), Text(dir / "err.txt")};
     }
 
     // Table SLP: IDs 5, 5 and -7; a table whose tag reads "../"; one BIN entry.
@@ -74,8 +78,15 @@ TEST_F(CliTest, ExitCodesTellSuccessFailureAndUsage) {
     EXPECT_EQ(Run("frame '" + sprite + "' 1 out.bmp --mask '#12345'").Code, 2);
     EXPECT_EQ(Run("frame '" + sprite + "' 1 out.bmp --mask red").Code, 2);
     EXPECT_EQ(Run("frame '" + sprite + "' 3 '" + (dir / "f.bmp") + "'").Code, 1);
-    EXPECT_EQ(Run("frame '" + sprite + "' 2 '" + (dir / "f.bmp") + "' --mask '#FF8000'").Code, 0);
     EXPECT_EQ(Run("list '" + (dir / "missing.drs") + "'").Code, 1);
+}
+
+TEST_F(CliTest, FrameTakesColoursInWebOrder) {
+    const Result r = Run("frame '" + WriteTestSprite(2) + "' 2 '" + (dir / "f.bmp") + "' --mask '#FF8000'");
+    ASSERT_EQ(r.Code, 0) << r.Err;
+    const Bytes bmp = ReadFileBytes(dir / "f.bmp");  // 5 x 3, rows of 16 bytes from the bottom up
+    ASSERT_EQ(bmp.size(), 54u + 3 * 16);
+    EXPECT_EQ(Bytes(bmp.begin() + 54 + 2 * 16, bmp.begin() + 54 + 2 * 16 + 3), (Bytes{0x00, 0x80, 0xFF}));
 }
 
 TEST_F(CliTest, ListPrintsRowsWithCatalogueFields) {

@@ -3,102 +3,47 @@
 #include "RecordingHost.h"
 
 #include <atomic>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <stdexcept>
 
-#include "surface/cDIBSection.h"
-
 namespace fixtures {
 
-void RecordingHost::ClearList() {
-    Rows.clear();
-    ++ListClears;
-}
-
-void RecordingHost::AddListRows(std::span<const ListRow> rows) { Rows.insert(Rows.end(), rows.begin(), rows.end()); }
-
-void RecordingHost::SetListVisible(bool visible) { ListVisible = visible; }
-
-void RecordingHost::SetStatusText(std::string_view text) {
-    StatusText = text;
-    StatusHistory.push_back(StatusText);
-}
-
-void RecordingHost::SetPictureStatusText(std::string_view text) {
-    PictureStatusText = text;
-    PictureStatusHistory.push_back(PictureStatusText);
-}
-
-void RecordingHost::SetFrameScrollGate(bool on) {
-    GateOn = on;
-    GateHistory.push_back(on);
-}
-
-void RecordingHost::SetFrameScrollMax(int16_t max) { ScrollMax = max; }
-
-void RecordingHost::SetFrameScrollValue(int16_t value) {
-    ScrollValue = value;
-    ScrollValueHistory.push_back(value);
-}
-
-void RecordingHost::SetBusyPointer(bool busy) { Busy = busy; }
-
-void RecordingHost::SetPictureSource(std::string_view slpPath) { PictureSource = slpPath; }
-
-void RecordingHost::SetPictureSize(int32_t widthPixels, int32_t heightPixels) {
-    PictureWidth = widthPixels;
-    PictureHeight = heightPixels;
-}
-
-void RecordingHost::PaintPicture(const cDIBSection& picture) {
-    ++Paints;
-    LastPaintedWidth = picture.Width();
-    LastPaintedHeight = picture.Height();
-    LastPainted.clear();
-    for (int32_t y = 0; y < picture.Height(); ++y)
-        for (int32_t x = 0; x < picture.Width(); ++x) LastPainted.push_back(picture.GetPixel(x, y));
-}
-
-void RecordingHost::RepaintMainForm() { ++Repaints; }
-
-MessageAnswer RecordingHost::ShowMessage(std::string_view text, MessageStyle style, std::string_view title) {
-    Messages.push_back({std::string(text), style, std::string(title)});
+MessageAnswer RecordingHost::ShowMessage(std::string_view text, MessageStyle style, std::string_view) {
+    Messages.push_back({std::string(text), style});
     if (Answers.empty()) return MessageAnswer::OK;
     const MessageAnswer answer = Answers.front();
     Answers.pop_front();
     return answer;
 }
 
-bool RecordingHost::IsEscapeDown() {
-    const int ask = EscapeAsks++;
-    return EscapeHeld || (EscapeFromAsk >= 0 && ask >= EscapeFromAsk);
+std::vector<uint32_t> PixelsOf(const cDIBSection& surface) {
+    std::vector<uint32_t> pixels;
+    for (int32_t y = 0; y < surface.Height(); ++y)
+        for (int32_t x = 0; x < surface.Width(); ++x) pixels.push_back(surface.GetPixel(x, y));
+    return pixels;
 }
 
-bool RecordingHost::PutBitmapOnClipboard(const cDIBSection&) {
-    ++ClipboardPuts;
-    return ClipboardAccepts;
+std::vector<uint8_t> BitmapOf(int32_t width, const std::vector<uint32_t>& pixels) {
+    cDIBSection surface;
+    if (!surface.Create(width, int32_t(pixels.size()) / width)) throw std::runtime_error("cannot make the bitmap");
+    for (int32_t i = 0; i < int32_t(pixels.size()); ++i) surface.SetPixelV(i % width, i / width, pixels[size_t(i)]);
+    return surface.EncodeBitmap();
 }
 
 // ---- Temporary folders and files -------------------------------------------------------------
 
 TempDir::TempDir() {
+    // The counter keeps the folders of one process apart, the random part those of tests run side by side.
     namespace fs = std::filesystem;
     static std::atomic<unsigned> made{0};
     std::random_device entropy;
-    const fs::path base = fs::temp_directory_path();
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
-        const std::string name = "brindle-test-" + std::to_string(entropy()) + "-" + std::to_string(made++) + "-" +
-                                 std::to_string(stamp % 1000000);
-        if (fs::create_directory(base / name)) {
-            path_ = (base / name).string() + "/";
-            return;
-        }
+    while (path_.empty()) {
+        const fs::path folder = fs::temp_directory_path() /
+                                ("brindle-test-" + std::to_string(entropy()) + "-" + std::to_string(made++));
+        if (fs::create_directory(folder)) path_ = folder.string() + "/";  // throws when the folder can't be made
     }
-    throw std::runtime_error("cannot make a temporary folder under " + base.string());
 }
 
 TempDir::~TempDir() {
@@ -107,9 +52,11 @@ TempDir::~TempDir() {
 }
 
 std::vector<uint8_t> ReadFileBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return {};
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    std::ifstream in(path, std::ios::binary | std::ios::ate);  // in one read: some fixtures are 32 MB
+    if (!in || in.tellg() < 0) return {};
+    std::vector<uint8_t> bytes(static_cast<size_t>(in.tellg()));
+    in.seekg(0).read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    return bytes;
 }
 
 void WriteFileBytes(const std::string& path, std::span<const uint8_t> bytes) {

@@ -6,70 +6,59 @@
 #include <vector>
 
 #include "shell/Host.h"
+#include "surface/cDIBSection.h"
 
 namespace fixtures {
 
 struct ShownMessage {
     std::string Text;
     MessageStyle Style = MessageStyle::Plain;
-    std::string Title;
+    bool operator==(const ShownMessage&) const = default;
 };
 
 class RecordingHost : public Host {
 public:
-    // List
     std::vector<ListRow> Rows;
-    bool ListVisible = true;
     int ListClears = 0;
-    // Labels: the current text and every text set, in order
-    std::string StatusText;
-    std::vector<std::string> StatusHistory;
-    std::string PictureStatusText;
-    std::vector<std::string> PictureStatusHistory;
-    // FrameScroll
+    std::vector<std::string> StatusHistory, PictureStatusHistory;  // every text set, in order
     bool GateOn = false;
     std::vector<bool> GateHistory;
-    int16_t ScrollMax = 1;
-    int16_t ScrollValue = 1;
+    int16_t ScrollMax = 1, ScrollValue = 1;
     std::vector<int16_t> ScrollValueHistory;
-    // Sprite view
     bool Busy = false;
     std::string PictureSource;
-    int32_t PictureWidth = 0;
-    int32_t PictureHeight = 0;
+    int32_t PictureWidth = 0, PictureHeight = 0;
     int Paints = 0;
-    std::vector<uint32_t> LastPainted;  // the painted picture, row by row from the top
-    int32_t LastPaintedWidth = 0;
-    int32_t LastPaintedHeight = 0;
-    int Repaints = 0;
-    // Boxes: what was shown, and the answers to give (OK when the script is empty)
+    std::vector<uint8_t> LastPainted;   // the last painted picture as a BMP file
+    std::vector<int16_t> RepaintedAt;   // the frame on the scroll bar at each repaint of the window
     std::vector<ShownMessage> Messages;
-    std::deque<MessageAnswer> Answers;
-    // ESC: held down for every ask, or down from the n-th ask on (0-based); asks are counted
-    bool EscapeHeld = false;
-    int EscapeFromAsk = -1;
+    std::deque<MessageAnswer> Answers;  // given to the boxes in turn; OK once it runs dry
+    int EscapeFromAsk = -1;             // ESC is down from this ask on (0-based); -1 for never
     int EscapeAsks = 0;
-    // Clipboard
-    bool ClipboardAccepts = true;
     int ClipboardPuts = 0;
 
-    void ClearList() override;
-    void AddListRows(std::span<const ListRow> rows) override;
-    void SetListVisible(bool visible) override;
-    void SetStatusText(std::string_view text) override;
-    void SetPictureStatusText(std::string_view text) override;
-    void SetFrameScrollGate(bool on) override;
-    void SetFrameScrollMax(int16_t max) override;
-    void SetFrameScrollValue(int16_t value) override;
-    void SetBusyPointer(bool busy) override;
-    void SetPictureSource(std::string_view slpPath) override;
-    void SetPictureSize(int32_t widthPixels, int32_t heightPixels) override;
-    void PaintPicture(const cDIBSection& picture) override;
-    void RepaintMainForm() override;
+    void ClearList() override { Rows.clear(); ++ListClears; }
+    void AddListRows(std::span<const ListRow> rows) override { Rows.insert(Rows.end(), rows.begin(), rows.end()); }
+    void SetListVisible(bool) override {}
+    void SetStatusText(std::string_view text) override { StatusHistory.emplace_back(text); }
+    void SetPictureStatusText(std::string_view text) override { PictureStatusHistory.emplace_back(text); }
+    void SetFrameScrollGate(bool on) override { GateOn = on; GateHistory.push_back(on); }
+    void SetFrameScrollMax(int16_t max) override { ScrollMax = max; }
+    void SetFrameScrollValue(int16_t value) override { ScrollValue = value; ScrollValueHistory.push_back(value); }
+    void SetBusyPointer(bool busy) override { Busy = busy; }
+    void SetPictureSource(std::string_view slpPath) override { PictureSource = slpPath; }
+    void SetPictureSize(int32_t width, int32_t height) override { PictureWidth = width; PictureHeight = height; }
+    void PaintPicture(const cDIBSection& picture) override { ++Paints; LastPainted = picture.EncodeBitmap(); }
+    void RepaintMainForm() override { RepaintedAt.push_back(ScrollValue); }
     MessageAnswer ShowMessage(std::string_view text, MessageStyle style, std::string_view title) override;
-    bool IsEscapeDown() override;
-    bool PutBitmapOnClipboard(const cDIBSection& picture) override;
+    bool IsEscapeDown() override { const int ask = EscapeAsks++; return EscapeFromAsk >= 0 && ask >= EscapeFromAsk; }
+    bool PutBitmapOnClipboard(const cDIBSection&) override { ++ClipboardPuts; return true; }
 };
+
+// The pixels of a surface, row by row from the top.
+std::vector<uint32_t> PixelsOf(const cDIBSection& surface);
+// The BMP file of a surface width pixels wide, filled row by row from the top with pixels.
+std::vector<uint8_t> BitmapOf(int32_t width, const std::vector<uint32_t>& pixels);
 
 // A folder of its own under the system's temporary folder, removed with everything in it.
 class TempDir {
