@@ -85,34 +85,31 @@ CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames) {
     return bounds;
 }
 
-// Paints the whole canvas in MaskColour: one row drawn, the others copied from it.
-void ClearCanvas(cDIBSection& canvas) {
-    DrawPixelRun(canvas, 0, canvas.Width() - 1, 0, MaskColour);
-    const size_t rowBytes = 3 * static_cast<size_t>(canvas.Width());
-    for (int32_t y = 1; y < canvas.Height(); ++y) std::memcpy(canvas.RowPointer(y), canvas.RowPointer(0), rowBytes);
-}
-
-// Puts the decoded image on the canvas with its hot spot at the canvas's origin; its transparent
-// pixels (by colour, 0xFF00FF) take MaskColour.
-void CopyFrameToCanvas(const cDIBSection& image, const SLPFrameInfo& frame, const CanvasBounds& bounds,
-                       cDIBSection& canvas) {
-    if (!image.IsCreated()) return;
+// Draws frame i on the canvas: its decoded image with the hot spot at the canvas's origin, its
+// transparent pixels (by colour, 0xFF00FF) in MaskColour, and MaskColour wherever the frame is not.
+// Each canvas pixel is written once: `background` is one canvas row of MaskColour to copy from.
+void DrawFrameOnCanvas(const cDIBSection& image, const SLPFrameInfo& frame, const CanvasBounds& bounds,
+                       const std::vector<uint8_t>& background, cDIBSection& canvas) {
     const int64_t dx = -bounds.MinX - frame.HotspotX;
     const int64_t dy = -bounds.MinY - frame.HotspotY;
-    const int64_t firstX = std::max<int64_t>(0, -dx);
-    const int64_t endX = std::min<int64_t>(image.Width(), canvas.Width() - dx);
-    if (firstX >= endX) return;
-    const uint8_t background[3] = {static_cast<uint8_t>(MaskColour >> 16), static_cast<uint8_t>(MaskColour >> 8),
-                                   static_cast<uint8_t>(MaskColour)};
-    for (int32_t y = 0; y < image.Height(); ++y) {
-        const int64_t canvasY = y + dy;
-        if (canvasY < 0 || canvasY >= canvas.Height()) continue;
-        const uint8_t* from = image.RowPointer(y) + 3 * firstX;
-        uint8_t* to = canvas.RowPointer(static_cast<int32_t>(canvasY)) + 3 * (firstX + dx);
-        for (int64_t x = firstX; x < endX; ++x, from += 3, to += 3) {
-            const bool transparent = from[0] == 0xFF && from[1] == 0x00 && from[2] == 0xFF;
-            std::memcpy(to, transparent ? background : from, 3);
+    const int64_t imageHeight = image.IsCreated() ? image.Height() : 0;
+    // The columns of the canvas that the frame covers, [coveredFrom, coveredTo).
+    const int64_t coveredFrom = std::clamp<int64_t>(dx, 0, canvas.Width());
+    const int64_t coveredTo = std::clamp<int64_t>(dx + (image.IsCreated() ? image.Width() : 0), coveredFrom, canvas.Width());
+    for (int32_t y = 0; y < canvas.Height(); ++y) {
+        uint8_t* to = canvas.RowPointer(y);
+        const int64_t imageY = y - dy;
+        if (imageY < 0 || imageY >= imageHeight || coveredFrom == coveredTo) {
+            std::memcpy(to, background.data(), background.size());
+            continue;
         }
+        std::memcpy(to, background.data(), static_cast<size_t>(3 * coveredFrom));
+        const uint8_t* from = image.RowPointer(static_cast<int32_t>(imageY)) + 3 * (coveredFrom - dx);
+        for (int64_t x = coveredFrom; x < coveredTo; ++x, from += 3) {
+            const bool transparent = from[0] == 0xFF && from[1] == 0x00 && from[2] == 0xFF;
+            std::memcpy(to + 3 * x, transparent ? background.data() : from, 3);
+        }
+        std::memcpy(to + 3 * coveredTo, background.data(), static_cast<size_t>(3 * (canvas.Width() - coveredTo)));
     }
 }
 
@@ -131,11 +128,12 @@ Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, 
     }
     cDIBSection canvas;
     canvas.Create(static_cast<int32_t>(bounds.Width()), static_cast<int32_t>(bounds.Height()));
+    std::vector<uint8_t> background(3 * static_cast<size_t>(canvas.Width()));
+    FillPixels(background.data(), static_cast<size_t>(canvas.Width()), MaskColour);
 
     for (int32_t i = 1; i <= sprite.FrameCount(); ++i) {
         if (Outcome decoded = sprite.Decode(i); !decoded) return decoded;
-        ClearCanvas(canvas);
-        CopyFrameToCanvas(sprite.Image, sprite.Frame(i), bounds, canvas);
+        DrawFrameOnCanvas(sprite.Image, sprite.Frame(i), bounds, background, canvas);
         if (Outcome saved = sprite.Save(canvas, BasePath + PadFrameNumber(i) + ".bmp"); !saved) return saved;
     }
     return sprite.Result();

@@ -34,10 +34,7 @@ using MemoryPalette = std::array<uint32_t, 256>;
 
 MemoryPalette MemoryOrderPalette() {
     MemoryPalette memory{};
-    for (size_t i = 0; i < memory.size(); ++i) {
-        const uint32_t colour = Palette[i];
-        memory[i] = (colour >> 16 & 0xFF) | (colour & 0xFF00) | (colour & 0xFF) << 16;
-    }
+    for (size_t i = 0; i < memory.size(); ++i) memory[i] = MemoryOrder(Palette[i]);
     return memory;
 }
 

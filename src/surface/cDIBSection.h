@@ -38,11 +38,16 @@ inline constexpr int64_t MaxSurfacePixels = int64_t{1} << 24;
 // What SavePicture raises when the file cannot be created.
 inline constexpr int32_t SavePictureErrorNumber = 17;
 
+// A colour value (red in the low byte) as its pixel lies in memory: blue, green, red in the low three bytes.
+constexpr uint32_t MemoryOrder(uint32_t colour) {
+    return (colour >> 16 & 0xFF) | (colour & 0xFF00) | (colour & 0xFF) << 16;
+}
+
 // Sets count pixels from p on with one colour value. Every pixel but the last is written as one 4-byte
 // store whose fourth byte the next pixel overwrites, so nothing past the run is touched.
 inline void FillPixels(uint8_t* p, size_t count, uint32_t colour) {
     if (count == 0) return;
-    const uint32_t word = (colour >> 16 & 0xFF) | (colour & 0xFF00) | (colour & 0xFF) << 16;
+    const uint32_t word = MemoryOrder(colour);
     for (size_t i = 0; i + 1 < count; ++i, p += 3) std::memcpy(p, &word, 4);
     std::memcpy(p, &word, 3);
 }
