@@ -14,7 +14,6 @@ public:
     const std::vector<ListRow>& Rows() const { return rows_; }
     // How many boxes have been printed so far, so a caller can tell whether the core has spoken.
     int MessagesShown() const { return messagesShown_; }
-    const std::string& LastMessage() const { return lastMessage_; }
     // Prints a box's text unless the core has printed the same one since MessagesShown() read `since`.
     void Report(const std::string& text, int since);
 

@@ -85,7 +85,7 @@ CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames) {
     return bounds;
 }
 
-// Draws frame i on the canvas: its decoded image with the hot spot at the canvas's origin, its
+// Draws one frame on the canvas: its decoded image with the hot spot at the canvas's origin, its
 // transparent pixels (by colour, 0xFF00FF) in MaskColour, and MaskColour wherever the frame is not.
 // Each canvas pixel is written once: `background` is one canvas row of MaskColour to copy from.
 void DrawFrameOnCanvas(const cDIBSection& image, const SLPFrameInfo& frame, const CanvasBounds& bounds,

@@ -1,7 +1,5 @@
 #include "shell/Files.h"
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <utility>
 
@@ -56,14 +54,5 @@ Outcome ReadWholeFile(const std::string& path, size_t maxBytes, std::vector<uint
         bytes.clear();
         return Outcome::Failure("cannot read " + path);
     }
-    return Outcome::Success();
-}
-
-Outcome WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes) {
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file) return Outcome::Failure("cannot create " + path + ": " + std::strerror(errno));
-    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    const bool closed = std::fclose(file) == 0;
-    if (!written || !closed) return Outcome::Failure("cannot write " + path);
     return Outcome::Success();
 }

@@ -1,5 +1,5 @@
 #pragma once
-// The file layer: an archive opened for reading only, and whole small files in and out of memory.
+// The file layer: an archive opened for reading only, and whole small files read into memory.
 
 #include <cstddef>
 #include <cstdint>
@@ -37,6 +37,3 @@ private:
 
 // Reads the whole file at path into bytes; refuses a file larger than maxBytes without reading it.
 Outcome ReadWholeFile(const std::string& path, size_t maxBytes, std::vector<uint8_t>& bytes);
-
-// Writes bytes to path, replacing any file there.
-Outcome WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes);
