@@ -180,3 +180,14 @@ std::string MakeTempResourcePath() {
                                  std::chrono::duration<double>(fraction).count();
     return TempFolder + "_drs" + TempStamp(sinceMidnight) + ".drx";
 }
+
+void SweepTempFiles(const std::string& folder) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    fs::directory_iterator files(folder.empty() ? fs::path(".") : fs::path(folder), error);
+    if (error) return;
+    for (const fs::directory_entry& file : files) {
+        const std::string name = file.path().filename().string();
+        if (name.size() >= 8 && name.starts_with("_drs") && name.ends_with(".drx")) fs::remove(file.path(), error);
+    }
+}

@@ -84,3 +84,6 @@ Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const C
 std::string TempStamp(double secondsSinceMidnight);
 // A new path for a temporary copy: TempFolder + "_drs" + stamp + ".drx", stamped with the local time.
 std::string MakeTempResourcePath();
+// Deletes every temporary copy, "_drs*.drx", in folder, ignoring any failure. The pattern doesn't
+// tell runs apart, so copies left behind by a run that crashed go too.
+void SweepTempFiles(const std::string& folder);

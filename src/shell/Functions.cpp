@@ -1,6 +1,76 @@
 #include "shell/Functions.h"
 
+#include <array>
 #include <filesystem>
+
+namespace {
+
+// What the bytes 0x80 to 0x9F stand for; the rest of the code page is Latin-1.
+constexpr std::array<char32_t, 32> Windows1252High = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
+};
+
+void AppendUtf8(char32_t code, std::string& out) {
+    if (code < 0x80) {
+        out.push_back(static_cast<char>(code));
+    } else if (code < 0x800) {
+        out.push_back(static_cast<char>(0xC0 | (code >> 6)));
+        out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+    } else {
+        out.push_back(static_cast<char>(0xE0 | (code >> 12)));
+        out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+    }
+}
+
+char Windows1252Byte(char32_t code) {
+    if (code < 0x80 || (code >= 0xA0 && code <= 0xFF)) return static_cast<char>(code);
+    for (size_t i = 0; i < Windows1252High.size(); ++i) {
+        if (Windows1252High[i] == code) return static_cast<char>(0x80 + i);
+    }
+    return '?';
+}
+
+// Decodes the UTF-8 sequence at text[i] and moves i past it. A broken sequence gives U+FFFD and moves i
+// past as much of it as was well formed, at least one byte, so one fault costs one '?'.
+char32_t NextCodePoint(std::string_view text, size_t& i) {
+    const auto lead = static_cast<uint8_t>(text[i++]);
+    if (lead < 0x80) return lead;
+    int more = 0;
+    char32_t code = 0;
+    uint8_t low = 0x80, high = 0xBF;  // the second byte's range: narrower where overlong forms or surrogates lurk
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        more = 1;
+        code = lead & 0x1Fu;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        more = 2;
+        code = lead & 0x0Fu;
+        if (lead == 0xE0) low = 0xA0;
+        if (lead == 0xED) high = 0x9F;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        more = 3;
+        code = lead & 0x07u;
+        if (lead == 0xF0) low = 0x90;
+        if (lead == 0xF4) high = 0x8F;
+    } else {
+        return U'\uFFFD';
+    }
+    for (int k = 0; k < more; ++k) {
+        if (i >= text.size()) return U'\uFFFD';
+        const auto next = static_cast<uint8_t>(text[i]);
+        if (next < low || next > high) return U'\uFFFD';
+        code = (code << 6) | (next & 0x3Fu);
+        low = 0x80;
+        high = 0xBF;
+        ++i;
+    }
+    return code;
+}
+
+}  // namespace
 
 std::string FolderOfPath(std::string_view path) {
     const size_t separator = path.rfind(PathSeparator);
@@ -39,4 +109,21 @@ std::string ProgramFileName() {
     const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
     if (error || self.empty()) return "brindle";
     return self.stem().string();
+}
+
+std::string Windows1252ToUtf8(std::string_view text) {
+    std::string out;
+    out.reserve(text.size() + text.size() / 2);
+    for (const char c : text) {
+        const auto byte = static_cast<uint8_t>(c);
+        AppendUtf8(byte >= 0x80 && byte < 0xA0 ? Windows1252High[byte - 0x80] : char32_t{byte}, out);
+    }
+    return out;
+}
+
+std::string Utf8ToWindows1252(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (size_t i = 0; i < text.size();) out.push_back(Windows1252Byte(NextCodePoint(text, i)));
+    return out;
 }
