@@ -1,12 +1,15 @@
-# make run    installs what is missing, builds, makes the demo archive and shows brindle-cli at work
-# make test   installs what is missing, builds with the sanitizers, runs every test
-# make bench  builds optimised and runs the benchmarks
+# make run       installs what is missing, builds, makes the demo archive and opens the window
+# make test      installs what is missing, builds with the sanitizers, runs every test
+# make bench     builds optimised and runs the benchmarks
+# make cli-demo  shows brindle-cli at work on the demo archive
 
 JOBS ?= $(shell nproc)
 WERROR := $(if $(CI),ON,OFF)
 DEMO_OUT := build/demo-export
 
-.PHONY: deps run test bench clean
+BIN := build/release/bin
+
+.PHONY: deps demo run cli-demo test bench clean
 
 deps:
 	@scripts/install-deps.sh
@@ -17,14 +20,26 @@ build/release/build.ninja: | deps
 build/asan/build.ninja: | deps
 	cmake -S . -B build/asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBRINDLE_SANITIZE=ON -DBRINDLE_WERROR=$(WERROR)
 
-run: deps build/release/build.ninja
-	cmake --build build/release -j $(JOBS) --target brindle-cli make-demo-archive
-	build/release/demo/make-demo-archive build/release/demo.drs
-	build/release/src/brindle-cli list build/release/demo.drs
+# The demo archive lies beside the program, where the window's open dialog starts.
+demo: deps build/release/build.ninja
+	cmake --build build/release -j $(JOBS) --target brindle brindle-cli make-demo-archive
+	$(BIN)/make-demo-archive $(BIN)/demo.drs
+
+run: demo
+	@if [ -n "$$DISPLAY$$WAYLAND_DISPLAY" ]; then \
+	  $(BIN)/brindle; \
+	else \
+	  echo "No display found, so the window can't open here."; \
+	  echo "To run it on a virtual display:  xvfb-run -a $(BIN)/brindle"; \
+	  echo "File > Open... starts in $(BIN)/, where demo.drs lies."; \
+	fi
+
+cli-demo: demo
+	$(BIN)/brindle-cli list $(BIN)/demo.drs
 	@rm -rf $(DEMO_OUT) && mkdir -p $(DEMO_OUT)
-	build/release/src/brindle-cli extract build/release/demo.drs 1 $(DEMO_OUT)/walker.slp
-	build/release/src/brindle-cli sequence $(DEMO_OUT)/walker.slp $(DEMO_OUT)/walker.bmp
-	build/release/src/brindle-cli extract-all build/release/demo.drs $(DEMO_OUT)/entries
+	$(BIN)/brindle-cli extract $(BIN)/demo.drs 1 $(DEMO_OUT)/walker.slp
+	$(BIN)/brindle-cli sequence $(DEMO_OUT)/walker.slp $(DEMO_OUT)/walker.bmp
+	$(BIN)/brindle-cli extract-all $(BIN)/demo.drs $(DEMO_OUT)/entries
 	@echo "The demo archive's sprites and entries are in $(DEMO_OUT)/"
 
 test: deps build/asan/build.ninja
@@ -33,7 +48,7 @@ test: deps build/asan/build.ninja
 
 bench: deps build/release/build.ninja
 	cmake --build build/release -j $(JOBS) --target brindle-bench
-	build/release/bench/brindle-bench
+	$(BIN)/brindle-bench
 
 clean:
 	rm -rf build

@@ -5,6 +5,9 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
+  qt6-base-dev qt6-multimedia-dev libx11-dev
+  fonts-liberation fonts-dejavu-core
+  xvfb xauth
 )
 
 missing=()

@@ -1,0 +1,125 @@
+#include "shell/Controls.h"
+
+#include <QMouseEvent>
+#include <QPainter>
+#include <QTextCursor>
+
+#include "shell/Functions.h"
+#include "shell/RichText.h"
+
+QVariant ListRowsModel::data(const QModelIndex& index, int role) const {
+    if (role != Qt::DisplayRole || !index.isValid() || index.row() >= rowCount()) return {};
+    return QString::fromStdString(Row(index.row()).Text);
+}
+
+void ListRowsModel::Clear() {
+    beginResetModel();
+    rows_.clear();
+    endResetModel();
+}
+
+void ListRowsModel::AddRows(std::span<const ListRow> rows) {
+    if (rows.empty()) return;
+    beginInsertRows({}, rowCount(), rowCount() + static_cast<int>(rows.size()) - 1);
+    rows_.insert(rows_.end(), rows.begin(), rows.end());
+    endInsertRows();
+}
+
+void ListRowsModel::SetText(int row, const std::string& text) {
+    rows_[static_cast<size_t>(row)].Text = text;
+    emit dataChanged(index(row), index(row), {Qt::DisplayRole});
+}
+
+ListBox::ListBox(QWidget* parent) : QListView(parent), rows_(this) {
+    setModel(&rows_);
+    setUniformItemSizes(true);  // no measuring of every row: a long list shows at once
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    connect(selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& current) {
+        if (current.isValid()) emit Click();
+    });
+}
+
+void ListBox::Clear() { rows_.Clear(); }
+
+void ListBox::AddItems(std::span<const ListRow> rows) { rows_.AddRows(rows); }
+
+int ListBox::ListIndex() const {
+    const QModelIndex current = currentIndex();
+    return current.isValid() ? current.row() : -1;
+}
+
+void ListBox::SetListIndex(int index) {
+    if (index < 0 || index >= ListCount()) {
+        setCurrentIndex({});
+        return;
+    }
+    setCurrentIndex(rows_.index(index));
+}
+
+void ListBox::mousePressEvent(QMouseEvent* event) {
+    const int before = ListIndex();
+    QListView::mousePressEvent(event);
+    // A click on the row that is already selected runs the selection again, as a user expects of a
+    // sound or a sprite they want to see from the start.
+    if (event->button() == Qt::LeftButton && before >= 0 && ListIndex() == before &&
+        indexAt(event->position().toPoint()).row() == before) {
+        emit Click();
+    }
+}
+
+RichTextBox::RichTextBox(QWidget* parent) : QTextEdit(parent) {
+    setReadOnly(true);
+    setUndoRedoEnabled(false);
+}
+
+void RichTextBox::SetText(const std::string& text) {
+    rtf_.clear();
+    setPlainText(QString::fromStdString(text));
+}
+
+void RichTextBox::SetTextRTF(const std::string& rtf) {
+    rtf_ = rtf;
+    clear();
+    QTextCursor cursor(document());
+    for (const RichTextRun& run : ReadRichText(rtf)) {
+        QTextCharFormat format;
+        if (!run.DefaultColour) {
+            format.setForeground(QColor(static_cast<int>(run.Colour & 0xFF), static_cast<int>(run.Colour >> 8 & 0xFF),
+                                        static_cast<int>(run.Colour >> 16 & 0xFF)));
+        }
+        cursor.insertText(QString::fromStdString(Windows1252ToUtf8(run.Text)), format);
+    }
+    moveCursor(QTextCursor::Start);
+}
+
+PictureBox::PictureBox(QWidget* parent) : QWidget(parent) {
+    setMouseTracking(true);  // moves without a button count too; the drag rule ignores them itself
+    setAttribute(Qt::WA_OpaquePaintEvent);
+}
+
+void PictureBox::SetPicture(QImage picture) {
+    picture_ = std::move(picture);
+    repaint();
+}
+
+void PictureBox::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.fillRect(rect(), palette().window());
+    painter.drawImage(0, 0, picture_);
+}
+
+void PictureBox::mousePressEvent(QMouseEvent* event) {
+    const QPoint at = event->position().toPoint();
+    emit MouseDown(at.x(), at.y());
+}
+
+void PictureBox::mouseMoveEvent(QMouseEvent* event) {
+    const QPoint at = event->position().toPoint();
+    emit MouseMove(at.x(), at.y());
+}
+
+void PictureBox::mouseReleaseEvent(QMouseEvent* event) {
+    const QPoint at = event->position().toPoint();
+    emit MouseUp(at.x(), at.y());
+}

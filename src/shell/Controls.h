@@ -1,0 +1,98 @@
+#pragma once
+// The window's own controls where Qt has none that behaves the same: the list box of entries with a
+// 32-bit value per row, the rich text box that takes RTF source, and the picture box that shows a
+// frame and reports the mouse in pixels.
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include <QAbstractListModel>
+#include <QImage>
+#include <QListView>
+#include <QTextEdit>
+#include <QWidget>
+
+#include "shell/Host.h"
+
+// The rows of a list box: text and ItemData. Rows are only ever added in bulk or all removed, so a
+// list of 32,766 rows fills in one step.
+class ListRowsModel : public QAbstractListModel {
+public:
+    using QAbstractListModel::QAbstractListModel;
+    int rowCount(const QModelIndex& parent = {}) const override { return parent.isValid() ? 0 : static_cast<int>(rows_.size()); }
+    QVariant data(const QModelIndex& index, int role) const override;
+
+    void Clear();
+    void AddRows(std::span<const ListRow> rows);
+    void SetText(int row, const std::string& text);
+    const ListRow& Row(int row) const { return rows_[static_cast<size_t>(row)]; }
+
+private:
+    std::vector<ListRow> rows_;
+};
+
+class ListBox : public QListView {
+    Q_OBJECT
+public:
+    explicit ListBox(QWidget* parent);
+
+    void Clear();
+    void AddItems(std::span<const ListRow> rows);
+    int ListCount() const { return rows_.rowCount(); }
+    std::string List(int index) const { return rows_.Row(index).Text; }
+    void SetList(int index, const std::string& text) { rows_.SetText(index, text); }
+    int32_t ItemData(int index) const { return rows_.Row(index).ItemData; }
+    int ListIndex() const;  // the selected row, -1 for none
+    void SetListIndex(int index);
+
+signals:
+    // A row was selected, by the mouse, by the keys or by SetListIndex, or the selected row was
+    // clicked again.
+    void Click();
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+
+private:
+    ListRowsModel rows_;
+};
+
+// A read-only rich text view that is given its text as RTF source, or as plain text.
+class RichTextBox : public QTextEdit {
+public:
+    explicit RichTextBox(QWidget* parent);
+
+    void SetText(const std::string& text);
+    void SetTextRTF(const std::string& rtf);  // replaces all content
+    const std::string& TextRTF() const { return rtf_; }
+
+private:
+    std::string rtf_;
+};
+
+// Shows one picture at its top left on the window's background colour, and reports the mouse in its
+// own pixels. Tag holds the path of the sprite on show.
+class PictureBox : public QWidget {
+    Q_OBJECT
+public:
+    explicit PictureBox(QWidget* parent);
+
+    void SetPicture(QImage picture);
+    const QImage& Picture() const { return picture_; }
+    std::string Tag;
+
+signals:
+    void MouseDown(int x, int y);
+    void MouseMove(int x, int y);
+    void MouseUp(int x, int y);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+private:
+    QImage picture_;
+};

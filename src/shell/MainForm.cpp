@@ -1,0 +1,615 @@
+#include "shell/MainForm.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QPainter>
+#include <QScrollBar>
+#include <QTimer>
+
+#include "colour/Colours.h"
+#include "colour/Palettes.h"
+#include "shell/AboutForm.h"
+#include "shell/Controls.h"
+#include "shell/Fonts.h"
+#include "shell/Functions.h"
+#include "shell/Preview.h"
+#include "shell/QtPlatform.h"
+#include "shell/RegKeys.h"
+#include "slp/SLPCode.h"
+
+namespace {
+
+constexpr const char* Caption = "Brindle - Viewer/Extractor (v0.5b)";
+constexpr int ClientWidth = 8145, ClientHeight = 5400;  // twips
+constexpr int ResizeMargin = 75, ResizeFloor = 1000;
+
+constexpr const char* GameKey = "SOFTWARE\\Quillmark Entertainment Company LLC\\Harrowmere Conquest\\1.0";
+constexpr const char* DemoArchiveName = "demo.drs";
+
+const QColor WindowBlue(0, 0, 128);  // colour value 0x800000
+const QColor PaneGrey(224, 224, 224);
+
+QString ToQString(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+
+// A length worked out in floating point, rounded to the nearest whole number that 16 bits hold.
+int16_t RoundToInteger(double value) {
+    const double rounded = std::nearbyint(value);
+    if (!(rounded >= INT16_MIN)) return INT16_MIN;
+    if (rounded > INT16_MAX) return INT16_MAX;
+    return static_cast<int16_t>(rounded);
+}
+
+void SetColours(QWidget* control, QPalette::ColorRole role, QColor colour, QPalette::ColorRole textRole, QColor text) {
+    QPalette palette = control->palette();
+    palette.setColor(role, colour);
+    palette.setColor(textRole, text);
+    control->setPalette(palette);
+}
+
+void SetTextColour(QLabel* label, QColor colour) {
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, colour);
+    label->setPalette(palette);
+}
+
+// The temporary folder: the environment's "temp", else TMPDIR, else /tmp, and a folder of our own in it.
+std::string TempFolderOfEnvironment() {
+    std::string folder;
+    for (const char* name : {"temp", "TMPDIR"}) {
+        if (const char* value = std::getenv(name); value && *value) {
+            folder = value;
+            break;
+        }
+    }
+    if (folder.empty()) folder = "/tmp";
+    while (folder.size() > 1 && folder.back() == PathSeparator) folder.pop_back();
+    return folder + PathSeparator + "brindle" + PathSeparator;
+}
+
+// The game's folder from the registry + "data", or the fallback.
+std::string ArchiveStartFolder() {
+    const std::string gamePath = ReadRegistryValue(HKEY_LOCAL_MACHINE, GameKey, "Game Path");
+    if (gamePath.empty()) return FallbackArchiveFolder();
+    const std::string folder = LinuxPathOfWindowsPath(gamePath);
+    return (folder.empty() ? gamePath : folder) + "data" + PathSeparator;
+}
+
+// Our own icon: a crate of archive entries, striped, on the window's blue.
+QIcon ProgramIcon() {
+    QImage picture(32, 32, QImage::Format_Indexed8);
+    picture.setColorCount(256);
+    for (int i = 0; i < 256; ++i) picture.setColor(i, qRgb(i & 0xE0, (i << 3) & 0xE0, (i << 6) & 0xC0));
+    QImage canvas(32, 32, QImage::Format_RGB32);
+    canvas.fill(WindowBlue);
+    QPainter painter(&canvas);
+    painter.fillRect(5, 8, 22, 18, QColor(192, 128, 64));
+    for (int x = 7; x < 27; x += 5) painter.fillRect(x, 8, 2, 18, QColor(96, 64, 32));
+    painter.fillRect(4, 6, 24, 3, QColor(224, 224, 224));
+    painter.end();
+    return QIcon(QPixmap::fromImage(canvas.convertToFormat(QImage::Format_Indexed8, picture.colorTable())));
+}
+
+}  // namespace
+
+std::string FallbackArchiveFolder() {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::path programFolder = fs::read_symlink("/proc/self/exe", error).parent_path();
+    if (!error && fs::is_regular_file(programFolder / DemoArchiveName, error)) return programFolder.string() + PathSeparator;
+    const char* home = std::getenv("HOME");
+    return home && *home ? std::string(home) + PathSeparator : std::string(1, PathSeparator);
+}
+
+MainForm::MainForm(Platform platform) : platform_(platform) {
+    setWindowTitle(QString::fromUtf8(Caption));
+    setWindowIcon(ProgramIcon());
+    client_ = new QWidget(this);
+    client_->setAutoFillBackground(true);
+    SetColours(client_, QPalette::Window, WindowBlue, QPalette::WindowText, Qt::white);
+    setCentralWidget(client_);
+
+    CreateControls();
+    CreateMenus();
+
+    MainComDlg.DialogTitle = "Select DRS file to open";
+    MainComDlg.Filter = "DRS files (*.drs)|*.drs|All files (*.*)|*.*";
+    ComDlg.DialogTitle = "Save image as...";
+    ComDlg.Filter = "BMP file (*.bmp)|*.bmp|All files (*.*)|*.*";
+    PalComDlg.DialogTitle = "Use palette...";
+    PalComDlg.Filter = "PAL files (*.pal)|*.pal|All files (*.*)|*.*";
+
+    const auto pixels = [](int twips, double perPixel) { return static_cast<int>(std::lround(twips / perPixel)); };
+    resize(pixels(ClientWidth, TwipsPerPixelX()), pixels(ClientHeight, TwipsPerPixelY()) + menuBar()->sizeHint().height());
+    client_->installEventFilter(this);
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &MainForm::Form_Unload);
+    Form_Load();
+}
+
+MainForm::~MainForm() { Form_Unload(); }
+
+// --- Geometry ---------------------------------------------------------------------------------------
+
+double MainForm::TwipsPerPixelX() const { return 1440.0 / logicalDpiX(); }
+double MainForm::TwipsPerPixelY() const { return 1440.0 / logicalDpiY(); }
+
+int MainForm::ScaleWidth() const { return isMinimized() ? 0 : static_cast<int>(std::lround(client_->width() * TwipsPerPixelX())); }
+int MainForm::ScaleHeight() const { return isMinimized() ? 0 : static_cast<int>(std::lround(client_->height() * TwipsPerPixelY())); }
+
+void MainForm::PlaceInTwips(QWidget* control, TwipsRect twips) {
+    // The twips are kept beside the control, so that a read gives back exactly what was set.
+    control->setProperty("twips", QRect(twips.Left, twips.Top, twips.Width, twips.Height));
+    const double x = TwipsPerPixelX(), y = TwipsPerPixelY();
+    auto px = [](int value, double perPixel) { return static_cast<int>(std::lround(value / perPixel)); };
+    control->setGeometry(px(twips.Left, x), px(twips.Top, y), px(twips.Width, x), px(twips.Height, y));
+}
+
+TwipsRect MainForm::TwipsOf(const QWidget* control) const {
+    const QRect twips = control->property("twips").toRect();
+    return {twips.x(), twips.y(), twips.width(), twips.height()};
+}
+
+void MainForm::SetCaption(QLabel* label, std::string_view text) {
+    label->setText(ToQString(text));
+    TwipsRect twips = TwipsOf(label);
+    const QSize size = label->sizeHint();
+    twips.Width = static_cast<int>(std::lround(size.width() * TwipsPerPixelX()));
+    twips.Height = static_cast<int>(std::lround(size.height() * TwipsPerPixelY()));
+    PlaceInTwips(label, twips);
+}
+
+void MainForm::Form_Resize() {
+    const double width = ScaleWidth(), height = ScaleHeight();
+    auto fit = [](double value) { return std::max<int>(RoundToInteger(value), ResizeFloor); };
+
+    TwipsRect list = TwipsOf(DRSFilesList);
+    list.Height = fit(height - list.Top - ResizeMargin);
+    PlaceInTwips(DRSFilesList, list);
+
+    TwipsRect text = TwipsOf(ResDisplayText);
+    text.Height = fit(height - text.Top - ResizeMargin);
+    text.Width = fit(width - text.Left - ResizeMargin);
+    PlaceInTwips(ResDisplayText, text);
+}
+
+bool MainForm::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == client_ && event->type() == QEvent::Resize) Form_Resize();
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void MainForm::closeEvent(QCloseEvent* event) {
+    Form_Unload();
+    event->accept();
+}
+
+void MainForm::changeEvent(QEvent* event) {
+    // A minimised window has a client area of nothing, and the controls take their least sizes.
+    if (event->type() == QEvent::WindowStateChange) Form_Resize();
+    QMainWindow::changeEvent(event);
+}
+
+// --- The window's design ----------------------------------------------------------------------------
+
+void MainForm::CreateControls() {
+    auto label = [this](const char* text, TwipsRect twips, QFont font) {
+        auto* control = new QLabel(QString::fromUtf8(text), client_);
+        control->setFont(font);
+        SetTextColour(control, Qt::white);
+        PlaceInTwips(control, twips);
+        return control;
+    };
+    DRSFileLabel1 = label("Current DRS file:", {120, 120, 1845, 240}, Verdana(9.75, true));
+    DRSFileLabel2 = label("[none]", {1920, 120, 660, 240}, Verdana(9.75));
+    SetCaption(DRSFileLabel2, "[none]");
+
+    DRSFilesList = new ListBox(client_);
+    DRSFilesList->setFont(Arial(8.25));
+    SetColours(DRSFilesList, QPalette::Base, PaneGrey, QPalette::Text, Qt::black);
+    PlaceInTwips(DRSFilesList, {120, 720, 1815, 4620});
+    connect(DRSFilesList, &ListBox::Click, this, &MainForm::DRSFilesList_Click);
+
+    StatusText = label("", {3480, 120, 75, 240}, Verdana(9.75, false, true));
+
+    ResDisplayText = new RichTextBox(client_);
+    ResDisplayText->setFont(Fixedsys(9));
+    SetColours(ResDisplayText, QPalette::Base, PaneGrey, QPalette::Text, Qt::black);
+    PlaceInTwips(ResDisplayText, {2040, 720, 495, 4575});
+
+    FrameScroll = new QScrollBar(Qt::Horizontal, client_);
+    FrameScroll->setRange(1, 1);
+    FrameScroll->setValue(1);
+    FrameScroll->setPageStep(5);
+    FrameScroll->setSingleStep(1);
+    FrameScroll->setTracking(false);  // a change is the end of a move, not every step of the thumb
+    PlaceInTwips(FrameScroll, {2040, 960, 1695, 255});
+    FrameScroll->hide();
+    connect(FrameScroll, &QScrollBar::valueChanged, this, &MainForm::FrameScroll_Change);
+
+    ResDisplayPic = new PictureBox(client_);
+    SetColours(ResDisplayPic, QPalette::Window, WindowBlue, QPalette::WindowText, Qt::white);
+    PlaceInTwips(ResDisplayPic, {2160, 1320, 735, 735});
+    ResDisplayPic->hide();
+    connect(ResDisplayPic, &PictureBox::MouseDown, this, &MainForm::ResDisplayPic_MouseDown);
+    connect(ResDisplayPic, &PictureBox::MouseMove, this, &MainForm::ResDisplayPic_MouseMove);
+    connect(ResDisplayPic, &PictureBox::MouseUp, this, &MainForm::ResDisplayPic_MouseUp);
+
+    PictureStatusText = label("", {2040, 720, 1665, 195}, Verdana(8.25));
+    SetCaption(PictureStatusText, "Loading image: 0%");
+    PictureStatusText->hide();
+
+    RenameTextBox = new QLineEdit(client_);
+    RenameTextBox->setFont(Arial(8.25));
+    SetColours(RenameTextBox, QPalette::Base, Qt::black, QPalette::Text, Qt::white);
+    PlaceInTwips(RenameTextBox, {120, 1080, 2775, 270});
+    RenameTextBox->hide();
+
+    const TwipsRect listPlaces[3] = {{120, 360, 1575, 330}, {1800, 360, 1095, 330}, {120, 720, 2775, 330}};
+    for (size_t i = 0; i < RenameLists.size(); ++i) {
+        RenameLists[i] = new QComboBox(client_);
+        RenameLists[i]->setFont(Arial(8.25));
+        SetColours(RenameLists[i], QPalette::Base, Qt::black, QPalette::Text, Qt::white);
+        SetColours(RenameLists[i], QPalette::Button, Qt::black, QPalette::ButtonText, Qt::white);
+        PlaceInTwips(RenameLists[i], listPlaces[i]);
+        RenameLists[i]->hide();
+    }
+
+    const QList<QWidget*> tabOrder = {DRSFilesList, ResDisplayText, FrameScroll, ResDisplayPic,
+                                      RenameTextBox, RenameLists[0], RenameLists[1], RenameLists[2]};
+    for (qsizetype i = 0; i + 1 < tabOrder.size(); ++i) setTabOrder(tabOrder[i], tabOrder[i + 1]);
+
+    AnimateTimer = new QTimer(this);  // stands in the design, disabled; nothing starts it
+    AnimateTimer->setInterval(100);
+}
+
+void MainForm::CreateMenus() {
+    QMenuBar* bar = menuBar();
+    auto item = [](QMenu* menu, const char* caption, bool checked = false) {
+        QAction* action = menu->addAction(QString::fromUtf8(caption));
+        if (checked) {
+            action->setCheckable(true);
+            action->setChecked(true);
+        }
+        return action;
+    };
+    auto divider = [bar] {
+        QAction* action = bar->addAction(QStringLiteral("|"));
+        action->setEnabled(false);
+        return action;
+    };
+
+    menu_file = bar->addMenu(QStringLiteral("File"));
+    menu_file_open = item(menu_file, "Open...");
+    menu_file_exit = item(menu_file, "Exit");
+
+    menu_extract = bar->addMenu(QStringLiteral("Extract"));
+    menu_extract_file = item(menu_extract, "Extract this file...");
+    SetEnabled(menu_extract_file, false);
+    menu_extract_all = item(menu_extract, "Extract all files...");
+    menu_extract_all->setVisible(false);
+    SetEnabled(menu_extract_all, false);
+    menu_extract_pal = item(menu_extract, "Extract as palette");
+    SetEnabled(menu_extract_pal, false);
+
+    menu_descr = bar->addMenu(QStringLiteral("Descriptions"));
+    menu_descr->menuAction()->setVisible(false);
+    menu_descr_edit = item(menu_descr, "Edit");
+    menu_descr_load = item(menu_descr, "Load from file...");
+    menu_descr_save = item(menu_descr, "Save to file...");
+
+    menu_divider_1 = divider();
+
+    menu_image = bar->addMenu(QStringLiteral("Image"));
+    menu_image->menuAction()->setVisible(false);
+    menu_image_autorefresh = item(menu_image, "Auto-refresh", true);
+    menu_image_refresh = item(menu_image, "Refresh");
+    menu_image_refresh->setShortcut(Qt::Key_F5);
+    menu_savebmp = item(menu_image, "Save as BMP");
+    menu_image_slx = item(menu_image, "Export as SLX");
+    menu_image_slx->setVisible(false);
+    menu_image_test2 = item(menu_image, "Show data bit");
+    menu_image_test2->setVisible(false);
+    menu_image_savesequence = item(menu_image, "Save as image sequence");
+
+    menu_layers = bar->addMenu(QStringLiteral("Layers"));
+    menu_layers->menuAction()->setVisible(false);
+    menu_layers_colours = item(menu_layers, "Colours", true);
+    menu_layers_shadow = item(menu_layers, "Shadow", true);
+    menu_layers_selection = item(menu_layers, "Outline (inner)", true);
+    menu_layers_outline = item(menu_layers, "Outline (outer)", true);
+
+    menu_col = bar->addMenu(QStringLiteral("Colours"));
+    menu_col->menuAction()->setVisible(false);
+    menu_col_pal = menu_col->addMenu(QStringLiteral("Palette"));
+    menu_pal_default = item(menu_col_pal, "Use default");
+    menu_pal_select = item(menu_col_pal, "[default] Select...", true);
+    menu_col_player = menu_col->addMenu(QStringLiteral("Player"));
+    menu_col_player->menuAction()->setVisible(false);
+    const char* players[8] = {"Player 1 (blue)",   "Player 2 (red)",  "Player 3 (green)",  "Player 4 (yellow)",
+                              "Player 5 (orange)", "Player 6 (cyan)", "Player 7 (purple)", "Player 8 (grey)"};
+    for (size_t i = 0; i < menu_col_player_item.size(); ++i) {
+        menu_col_player_item[i] = item(menu_col_player, players[i]);
+        menu_col_player_item[i]->setCheckable(true);
+    }
+    menu_col_player_item[0]->setChecked(true);
+    const char* colours[4] = {"Mask...", "Shadow...", "Outline (inner)...", "Outline (outer)..."};
+    for (size_t i = 0; i < menu_col_choose.size(); ++i) menu_col_choose[i] = item(menu_col, colours[i]);
+
+    menu_divider_2 = divider();
+    menu_divider_2->setVisible(false);
+
+    menu_help = bar->addMenu(QStringLiteral("Help"));
+    menu_help_help = item(menu_help, "Help");
+    menu_help_about = item(menu_help, "About");
+
+    connect(menu_file_open, &QAction::triggered, this, &MainForm::menu_file_open_Click);
+    connect(menu_file_exit, &QAction::triggered, this, &MainForm::menu_file_exit_Click);
+    connect(menu_extract_file, &QAction::triggered, this, &MainForm::menu_extract_file_Click);
+    connect(menu_extract_all, &QAction::triggered, this, &MainForm::menu_extract_all_Click);
+    connect(menu_image_autorefresh, &QAction::triggered, this, &MainForm::menu_image_autorefresh_Click);
+    connect(menu_image_refresh, &QAction::triggered, this, &MainForm::menu_image_refresh_Click);
+    connect(menu_help_help, &QAction::triggered, this, &MainForm::menu_help_help_Click);
+    connect(menu_help_about, &QAction::triggered, this, &MainForm::menu_help_about_Click);
+}
+
+void MainForm::SetEnabled(QAction* item, bool enabled) {
+    item->setProperty("Enabled", enabled);
+    item->setEnabled(enabled);
+}
+
+bool MainForm::IsEnabled(const QAction* item) {
+    const QVariant enabled = item->property("Enabled");
+    return enabled.isValid() ? enabled.toBool() : item->isEnabled();
+}
+
+// --- Start and end ----------------------------------------------------------------------------------
+
+void MainForm::Form_Load() {
+    TempFolder = TempFolderOfEnvironment();
+    std::error_code ignored;  // usually there from an earlier run; a folder we can't make shows up at the first copy
+    std::filesystem::create_directories(TempFolder, ignored);
+    (void)LoadPalette("", *this);  // the default palette always loads
+    PalComDlg.InitDir = TempFolder;
+    ResetColourChoices();
+    AutoRefresh = true;
+    DRSFileOpen = false;
+    MainComDlg.InitDir = ArchiveStartFolder();
+}
+
+void MainForm::Form_Unload() {
+    if (unloaded_) return;  // the close button, Exit and the end of the application all lead here
+    unloaded_ = true;
+    SetStatusText("Cleaning up...");
+    if (DRSFileOpen) DRSFileNumber.Close();
+    SweepTempFiles(TempFolder);
+    if (aboutForm_) aboutForm_->close();
+    QCoreApplication::quit();
+}
+
+void MainForm::menu_file_exit_Click() { close(); }
+
+void MainForm::menu_help_help_Click() {
+    ShowMessage("As a beta release, this program has no documentation. Hopefully it won't be too complicated "
+                "to figure everything out yourself...",
+                MessageStyle::Information, "Help");
+}
+
+void MainForm::menu_help_about_Click() {
+    if (!aboutForm_) aboutForm_ = new AboutForm(this);
+    aboutForm_->show();
+    aboutForm_->raise();
+}
+
+// --- Opening an archive -----------------------------------------------------------------------------
+
+void MainForm::menu_file_open_Click() {
+    SetStatusText("Opening file...");
+    MainComDlg.DialogTitle = "Select DRS file to open";
+    MainComDlg.Filter = "DRS files (*.drs)|*.drs|All files (*.*)|*.*";
+    if (!platform_.Dialogs.ShowOpen(MainComDlg)) return;
+    const std::string chosen = MainComDlg.FileName;
+    std::error_code error;
+    if (chosen.empty() || !std::filesystem::is_regular_file(chosen, error)) return;
+
+    CloseArchive();
+    DRSFileOpen = true;
+    DRSFilePath = chosen;
+    SetCaption(DRSFileLabel2, BaseNameOfPath(DRSFilePath));
+
+    bool opened = DRSFileNumber.Open(DRSFilePath);
+    if (opened) {
+        SetStatusText("Analysing file...");
+        opened = ReadDRSCatalogue(DRSFileNumber, *this).Code == CatalogueBuilt;
+    }
+    if (opened) {
+        SetEnabled(menu_extract_all, true);
+        SetEnabled(menu_extract_file, false);
+        SetStatusText("");
+        return;
+    }
+
+    ShowMessage("Error reading from DRS file!", MessageStyle::Critical, "Error");
+    SetStatusText("");
+    DRSFilePath.clear();
+    SetCaption(DRSFileLabel2, "[none]");
+    CloseArchive();
+    SetEnabled(menu_extract_all, false);
+    SetEnabled(menu_extract_file, false);
+    // The rows still listed belong to the archive just closed: no copy could come out of them now.
+    DRSCatalogue.clear();
+    ClearList();
+}
+
+void MainForm::CloseArchive() {
+    DRSFileNumber.Close();
+    DRSFileOpen = false;
+}
+
+// --- Selection --------------------------------------------------------------------------------------
+
+void MainForm::DRSFilesList_Click() {
+    const int index = DRSFilesList->ListIndex();
+    if (index < 0 || static_cast<size_t>(index) >= DRSCatalogue.size()) return;
+    const CatalogueRow& row = DRSCatalogue[static_cast<size_t>(index)];
+
+    // Every selection copies its entry anew, heading rows too; a failed copy has told the user itself.
+    const std::string path = MakeTempResourcePath();
+    (void)ReadResourceData(DRSFileNumber, path, row, *this);
+
+    SetEnabled(menu_extract_pal, false);
+    SetEnabled(menu_extract_file, true);
+    ResDisplayPic->hide();
+    FrameScroll->hide();
+    PictureStatusText->hide();
+    menu_col->menuAction()->setVisible(false);
+    menu_layers->menuAction()->setVisible(false);
+    menu_image->menuAction()->setVisible(false);
+    menu_divider_2->setVisible(false);
+    SetStatusText("");
+
+    switch (DRSFilesList->ItemData(index)) {
+    case KindHeading:
+        ResDisplayText->hide();
+        ResDisplayText->SetText("");
+        SetEnabled(menu_extract_file, false);
+        break;
+    case KindSLP:
+        ResDisplayText->hide();
+        ResDisplayText->SetTextRTF(std::string(SpriteNoticeRTF));
+        ResDisplayPic->show();
+        FrameScroll->show();
+        PictureStatusText->show();
+        menu_col->menuAction()->setVisible(true);
+        menu_image->menuAction()->setVisible(true);
+        menu_divider_2->setVisible(true);
+        (void)ShowImage(path, 1, false, "", *this);  // a damaged sprite shows what could be decoded
+        DRSFilesList->setFocus();
+        break;
+    case KindWAV:
+        ResDisplayText->show();
+        ResDisplayText->SetTextRTF(std::string(SoundNoticeRTF));
+        platform_.Sound.PlayInBackground(path);
+        break;
+    case KindBIN:
+        ShowPreviewText(row.ID, path);
+        break;
+    default:
+        ResDisplayText->show();
+        ResDisplayText->SetTextRTF(std::string(UnknownNoticeRTF));
+        break;
+    }
+}
+
+void MainForm::ShowPreviewText(int32_t id, const std::string& path) {
+    TextPreview preview;
+    // A copy that could not be made shows as an empty entry: the red line alone.
+    if (!TextPreviewRTF(path, id, preview)) preview = TextPreviewOfText("", id);
+    ResDisplayText->hide();
+    ResDisplayText->SetTextRTF(preview.Rtf);
+    ResDisplayText->show();
+    if (preview.IsPalette) SetEnabled(menu_extract_pal, true);
+}
+
+// --- Extract menu -----------------------------------------------------------------------------------
+
+void MainForm::menu_extract_file_Click() {
+    const int index = DRSFilesList->ListIndex();
+    if (index < 0 || static_cast<size_t>(index) >= DRSCatalogue.size()) return;
+    const CatalogueRow row = DRSCatalogue[static_cast<size_t>(index)];
+
+    SetStatusText("Saving file...");
+    MainComDlg.DialogTitle = "Select filename to save resource as";
+    MainComDlg.Filter = "BIN file (*.bin)|*.bin|WAV file (*.wav)|*.wav|SLP file (*.slp)|*.slp|All files (*.*)|*.*";
+    const std::string id = std::to_string(row.ID);
+    switch (DRSFilesList->ItemData(index)) {
+    case KindBIN: MainComDlg.FilterIndex = 1; MainComDlg.FileName = id + ".bin"; break;
+    case KindWAV: MainComDlg.FilterIndex = 2; MainComDlg.FileName = id + ".wav"; break;
+    case KindSLP: MainComDlg.FilterIndex = 3; MainComDlg.FileName = id + ".slp"; break;
+    default: MainComDlg.FilterIndex = 4; MainComDlg.FileName = id; break;
+    }
+    if (platform_.Dialogs.ShowSave(MainComDlg) && !MainComDlg.FileName.empty()) {
+        (void)ReadResourceData(DRSFileNumber, MainComDlg.FileName, row, *this);  // tells the user of a failure itself
+    }
+    SetStatusText("");
+}
+
+void MainForm::menu_extract_all_Click() { ShowMessage("Sorry, feature not yet implemented!", MessageStyle::Plain); }
+
+// --- Frame viewer -----------------------------------------------------------------------------------
+
+void MainForm::RefreshImage(bool Force) {
+    if (!Force && !AutoRefresh) return;
+    (void)ShowImage(ResDisplayPic->Tag, static_cast<int16_t>(FrameScroll->value()), false, "", *this);
+}
+
+// Qt has already turned the check mark over when this runs.
+void MainForm::menu_image_autorefresh_Click() { AutoRefresh = menu_image_autorefresh->isChecked(); }
+
+void MainForm::menu_image_refresh_Click() { RefreshImage(true); }
+
+void MainForm::FrameScroll_Change() {
+    if (FrameScrollTag == "on") RefreshImage(true);
+}
+
+void MainForm::ResDisplayPic_MouseDown(int X, int Y) {
+    DragStartX = X;
+    DragStartY = Y;
+    DragState = 1;
+}
+
+void MainForm::ResDisplayPic_MouseMove(int X, int Y) {
+    // Moving the picture under the pointer makes a move event of its own; every second one is dropped.
+    if (DragState == 2) {
+        DragState = 1;
+        return;
+    }
+    if (DragState != 1) return;
+    DragState = 2;
+    TwipsRect place = TwipsOf(ResDisplayPic);
+    place.Left = MaxInteger(RoundToInteger((X - DragStartX) * TwipsPerPixelX() + place.Left), 0);
+    place.Top = MaxInteger(RoundToInteger((Y - DragStartY) * TwipsPerPixelY() + place.Top), 0);
+    PlaceInTwips(ResDisplayPic, place);
+    RepaintMainForm();
+}
+
+void MainForm::ResDisplayPic_MouseUp(int, int) { DragState = 0; }
+
+// --- Host ---------------------------------------------------------------------------------------------
+
+void MainForm::ClearList() { DRSFilesList->Clear(); }
+void MainForm::AddListRows(std::span<const ListRow> rows) { DRSFilesList->AddItems(rows); }
+void MainForm::SetListVisible(bool visible) { DRSFilesList->setVisible(visible); }
+void MainForm::SetStatusText(std::string_view text) { SetCaption(StatusText, text); }
+void MainForm::SetPictureStatusText(std::string_view text) { SetCaption(PictureStatusText, text); }
+void MainForm::SetFrameScrollGate(bool on) { FrameScrollTag = on ? "on" : "off"; }
+void MainForm::SetFrameScrollMax(int16_t max) { FrameScroll->setMaximum(max); }
+void MainForm::SetFrameScrollValue(int16_t value) { FrameScroll->setValue(value); }
+
+void MainForm::SetBusyPointer(bool busy) {
+    if (busy) setCursor(Qt::WaitCursor);
+    else unsetCursor();
+}
+
+void MainForm::SetPictureSource(std::string_view slpPath) { ResDisplayPic->Tag = slpPath; }
+
+void MainForm::SetPictureSize(int32_t widthPixels, int32_t heightPixels) {
+    TwipsRect place = TwipsOf(ResDisplayPic);
+    place.Width = static_cast<int>(std::lround(widthPixels * TwipsPerPixelX()));
+    place.Height = static_cast<int>(std::lround(heightPixels * TwipsPerPixelY()));
+    PlaceInTwips(ResDisplayPic, place);
+}
+
+void MainForm::PaintPicture(const cDIBSection& picture) { ResDisplayPic->SetPicture(ImageOfSurface(picture)); }
+void MainForm::RepaintMainForm() { repaint(); }
+
+MessageAnswer MainForm::ShowMessage(std::string_view text, MessageStyle style, std::string_view title) {
+    return platform_.Messages.ShowMessage(text, style, title);
+}
+
+bool MainForm::IsEscapeDown() { return platform_.Escape.IsDown(); }
+bool MainForm::PutBitmapOnClipboard(const cDIBSection& picture) { return platform_.Clip.PutBitmap(picture); }

@@ -1,0 +1,179 @@
+#pragma once
+// MainForm: the program's one working window. All work starts in one of its handlers, which call down
+// into the plain routines of the core. It is also the core's Host: the list, the labels, the scroll
+// bar and the picture that those routines fill are its controls.
+
+#include <array>
+#include <string>
+
+#include <QLabel>
+#include <QMainWindow>
+
+#include "archive/DRSCode.h"
+#include "shell/Files.h"
+#include "shell/Platform.h"
+
+class AboutForm;
+class ListBox;
+class PictureBox;
+class QAction;
+class QComboBox;
+class QLineEdit;
+class QMenu;
+class QScrollBar;
+class QTimer;
+class RichTextBox;
+
+// Where a control stands, in twips (1,440 to the inch) of the window's client area.
+struct TwipsRect {
+    int Left = 0, Top = 0, Width = 0, Height = 0;
+    bool operator==(const TwipsRect&) const = default;
+};
+
+class MainForm : public QMainWindow, public Host {
+    Q_OBJECT
+public:
+    explicit MainForm(Platform platform);
+    ~MainForm() override;
+
+    // The twips of one pixel of the screen the window is on.
+    double TwipsPerPixelX() const;
+    double TwipsPerPixelY() const;
+    TwipsRect TwipsOf(const QWidget* control) const;
+    // The client area in twips (ScaleWidth, ScaleHeight).
+    int ScaleWidth() const;
+    int ScaleHeight() const;
+
+    // --- Handlers -------------------------------------------------------------------------------
+    void Form_Load();
+    void Form_Unload();
+    void Form_Resize();
+    void menu_file_open_Click();
+    void menu_file_exit_Click();
+    void menu_extract_file_Click();
+    void menu_extract_all_Click();
+    void menu_help_help_Click();
+    void menu_help_about_Click();
+    void menu_image_autorefresh_Click();
+    void menu_image_refresh_Click();
+    void DRSFilesList_Click();
+    void FrameScroll_Change();
+    void ResDisplayPic_MouseDown(int X, int Y);
+    void ResDisplayPic_MouseMove(int X, int Y);
+    void ResDisplayPic_MouseUp(int X, int Y);
+
+    // --- Host -----------------------------------------------------------------------------------
+    void ClearList() override;
+    void AddListRows(std::span<const ListRow> rows) override;
+    void SetListVisible(bool visible) override;
+    void SetStatusText(std::string_view text) override;
+    void SetPictureStatusText(std::string_view text) override;
+    void SetFrameScrollGate(bool on) override;
+    void SetFrameScrollMax(int16_t max) override;
+    void SetFrameScrollValue(int16_t value) override;
+    void SetBusyPointer(bool busy) override;
+    void SetPictureSource(std::string_view slpPath) override;
+    void SetPictureSize(int32_t widthPixels, int32_t heightPixels) override;
+    void PaintPicture(const cDIBSection& picture) override;
+    void RepaintMainForm() override;
+    MessageAnswer ShowMessage(std::string_view text, MessageStyle style, std::string_view title = {}) override;
+    bool IsEscapeDown() override;
+    bool PutBitmapOnClipboard(const cDIBSection& picture) override;
+
+    // --- State of the open archive ----------------------------------------------------------------
+    bool DRSFileOpen = false;
+    std::string DRSFilePath;
+    ReadOnlyFile DRSFileNumber;  // the open archive; every copy out of it goes through this file
+
+    // --- State of the frame viewer ----------------------------------------------------------------
+    bool AutoRefresh = true;
+    int32_t DragStartX = 0, DragStartY = 0;
+    int16_t DragState = 0;  // 0 idle, 1 pressed, 2 just moved
+    std::string FrameScrollTag = "off";  // the change gate: "on" lets a move of FrameScroll redraw
+
+    // --- Controls, in tab order -------------------------------------------------------------------
+    QLabel* DRSFileLabel1;
+    QLabel* DRSFileLabel2;
+    ListBox* DRSFilesList;
+    QLabel* StatusText;
+    RichTextBox* ResDisplayText;
+    QScrollBar* FrameScroll;
+    PictureBox* ResDisplayPic;
+    QLabel* PictureStatusText;
+    QLineEdit* RenameTextBox;
+    std::array<QComboBox*, 3> RenameLists{};
+    QTimer* AnimateTimer;
+
+    // --- The common dialogs -----------------------------------------------------------------------
+    CommonDialog MainComDlg;
+    CommonDialog ComDlg;
+    CommonDialog PalComDlg;
+    CommonDialog ColourComDlg;
+
+    // --- Menus --------------------------------------------------------------------------------------
+    QMenu* menu_file;
+    QAction* menu_file_open;
+    QAction* menu_file_exit;
+    QMenu* menu_extract;
+    QAction* menu_extract_file;
+    QAction* menu_extract_all;
+    QAction* menu_extract_pal;
+    QMenu* menu_descr;
+    QAction* menu_descr_edit;
+    QAction* menu_descr_load;
+    QAction* menu_descr_save;
+    QAction* menu_divider_1;
+    QMenu* menu_image;
+    QAction* menu_image_autorefresh;
+    QAction* menu_image_refresh;
+    QAction* menu_savebmp;
+    QAction* menu_image_slx;
+    QAction* menu_image_test2;
+    QAction* menu_image_savesequence;
+    QMenu* menu_layers;
+    QAction* menu_layers_colours;
+    QAction* menu_layers_shadow;
+    QAction* menu_layers_selection;
+    QAction* menu_layers_outline;
+    QMenu* menu_col;
+    QMenu* menu_col_pal;
+    QAction* menu_pal_default;
+    QAction* menu_pal_select;
+    QMenu* menu_col_player;
+    std::array<QAction*, 8> menu_col_player_item{};
+    std::array<QAction*, 4> menu_col_choose{};
+    QAction* menu_divider_2;
+    QMenu* menu_help;
+    QAction* menu_help_help;
+    QAction* menu_help_about;
+
+    // A menu item's Enabled state. Qt greys out every hidden action, so the state is kept beside it:
+    // "Extract all files..." is enabled and disabled while it stays hidden.
+    static void SetEnabled(QAction* item, bool enabled);
+    static bool IsEnabled(const QAction* item);
+
+    AboutForm* About() const { return aboutForm_; }  // null until About is first chosen
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    void CreateControls();
+    void CreateMenus();
+    void PlaceInTwips(QWidget* control, TwipsRect twips);
+    void SetCaption(QLabel* label, std::string_view text);  // the label takes the size of its text
+    void RefreshImage(bool Force);
+    void CloseArchive();
+    void ShowPreviewText(int32_t id, const std::string& path);
+
+    Platform platform_;
+    QWidget* client_;  // the client area: every control stands on it
+    AboutForm* aboutForm_ = nullptr;
+    bool unloaded_ = false;
+};
+
+// The start folder of the open dialog when the registry names no game folder: the folder of a demo
+// archive installed beside the program, else the home folder.
+std::string FallbackArchiveFolder();

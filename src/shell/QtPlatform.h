@@ -1,0 +1,71 @@
+#pragma once
+// The desktop services of the program, served with Qt: its file and colour dialogs, message boxes,
+// sound and clipboard, and the ESC key read from the X display.
+
+#include <memory>
+
+#include <QImage>
+#include <QStringList>
+
+#include "shell/Platform.h"
+
+class QSoundEffect;
+
+// A surface as a picture Qt can paint: the rows turned top-down, the colours as they are.
+QImage ImageOfSurface(const cDIBSection& surface);
+
+// The dialog's "label|pattern|label|pattern" filter as Qt name filters. Each label is kept as it stands
+// and the pattern goes behind it in brackets, where Qt reads it; "*.*" becomes "*", so that "All files"
+// also lists the files without a dot.
+QStringList NameFiltersOf(std::string_view filter);
+
+// Dialogs and boxes open over the active window.
+class QtDialogs : public CommonDialogs {
+public:
+    bool ShowOpen(CommonDialog& dialog) override { return ShowFileDialog(dialog, true); }
+    bool ShowSave(CommonDialog& dialog) override { return ShowFileDialog(dialog, false); }
+    bool ShowColor(CommonDialog& dialog) override;
+
+private:
+    bool ShowFileDialog(CommonDialog& dialog, bool open);
+};
+
+class QtMessageBoxes : public MessageBoxes {
+public:
+    MessageAnswer ShowMessage(std::string_view text, MessageStyle style, std::string_view title) override;
+};
+
+class QtSound : public SoundPlayer {
+public:
+    QtSound();
+    ~QtSound() override;
+    void PlayInBackground(const std::string& path) override;
+
+private:
+    std::unique_ptr<QSoundEffect> effect_;
+};
+
+// Reads the key from the X server's keymap. Under any other platform (offscreen, Wayland) there is no
+// way to ask without events, and ESC counts as not pressed.
+class X11EscapeKey : public EscapeKey {
+public:
+    bool IsDown() override;
+};
+
+class QtClipboard : public Clipboard {
+public:
+    bool PutBitmap(const cDIBSection& picture) override;
+};
+
+// All of the above, for the program's own window.
+class QtPlatform {
+public:
+    Platform Services() { return {dialogs_, messages_, sound_, escape_, clipboard_}; }
+
+private:
+    QtDialogs dialogs_;
+    QtMessageBoxes messages_;
+    QtSound sound_;
+    X11EscapeKey escape_;
+    QtClipboard clipboard_;
+};

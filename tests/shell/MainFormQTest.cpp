@@ -1,0 +1,420 @@
+// The window driven as a user drives it: menus chosen, rows selected, dialogs and boxes answered by a
+// script, and the widgets read back.
+
+#include <filesystem>
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QLabel>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QWindowStateChangeEvent>
+
+#include "Writers.h"
+#include "RecordingHost.h"
+#include "ScriptedPlatform.h"
+#include "archive/UsefulCode.h"
+#include "colour/Colours.h"
+#include "shell/AboutForm.h"
+#include "shell/Controls.h"
+#include "shell/MainForm.h"
+#include "shell/Preview.h"
+
+using namespace fixtures;
+namespace fs = std::filesystem;
+
+namespace {
+
+// Rows of the test archive, by list index.
+enum Row { SlpHeading, Walker, Flag, WavHeading, Tone, BinHeading, Text, Pal, Empty, XyzHeading, Odd };
+
+Bytes SpriteOf(std::vector<std::pair<int32_t, int32_t>> sizes) {
+    std::vector<FrameFixture> frames;
+    for (auto [width, height] : sizes) {
+        Art art(width, height);
+        for (int32_t x = 0; x < width; ++x) art.At(x, height - 1) = {Layer::Colour, 7};
+        frames.push_back(EncodeFrame(art));
+    }
+    return WriteSprite(frames);
+}
+
+std::string Str(const QString& text) { return text.toStdString(); }
+
+std::vector<std::string> VisibleMenuBar(MainForm& form) {
+    std::vector<std::string> captions;
+    for (QAction* action : form.menuBar()->actions())
+        if (action->isVisible()) captions.push_back(Str(action->text()));
+    return captions;
+}
+
+}  // namespace
+
+class MainFormTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> dir;
+    std::unique_ptr<ScriptedPlatform> desktop;
+    std::unique_ptr<MainForm> form;
+    std::string archivePath;
+    Bytes textEntry = {'a', '{', 'b', '}', '\\', 'c', '\r', '\n', 'z'};
+    Bytes tone = WriteWavTone(8000, 0.05, 440);
+    Bytes walker = SpriteOf({{4, 3}, {9, 5}, {2, 2}});
+    Bytes flag = SpriteOf({{6, 6}});
+    Bytes odd = {1, 2, 3};
+    Bytes pal;
+
+    Bytes EntryBytes(int row) const {
+        switch (row) {
+        case Walker: return walker;
+        case Flag: return flag;
+        case Tone: return tone;
+        case Text: return textEntry;
+        case Pal: return pal;
+        case Odd: return odd;
+        default: return {};
+        }
+    }
+
+    std::string At(const char* name) const { return dir->filePath(name).toStdString(); }
+
+    void Open(const std::string& path) {
+        desktop->FileAnswers.push_back(path);
+        form->menu_file_open_Click();
+    }
+
+    std::vector<std::string> TempCopies() const {
+        std::vector<std::string> names;
+        for (const auto& file : fs::directory_iterator(TempFolder)) names.push_back(file.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+private slots:
+    void init() {
+        dir = std::make_unique<QTemporaryDir>();
+        qputenv("temp", QByteArray::fromStdString(At("tmp")));
+        qputenv("WINEPREFIX", QByteArray::fromStdString(At("no-prefix")));
+        archivePath = At("tiny.drs");
+        const std::string palText = WriteJascPal(std::vector<uint32_t>(256, 0x102030));
+        pal.assign(palText.begin(), palText.end());
+        WriteFileBytes(archivePath, WriteArchive({Flavour::Year2001,
+                                                  {{StoredTag("slp"), {{1000, walker}, {1001, flag}}},
+                                                   {StoredTag("wav"), {{5000, tone}}},
+                                                   {StoredTag("bin"), {{7, textEntry}, {8, pal}, {9, {}}}},
+                                                   {StoredTag("xyz"), {{9000, odd}}}}}));
+        desktop = std::make_unique<ScriptedPlatform>();
+        form = std::make_unique<MainForm>(desktop->Services());
+        form->show();
+    }
+
+    void cleanup() {
+        form.reset();
+        desktop.reset();
+        dir.reset();
+    }
+
+    void startsAsDesigned() {
+        QCOMPARE(Str(form->windowTitle()), "Brindle - Viewer/Extractor (v0.5b)");
+        QCOMPARE(VisibleMenuBar(*form), (std::vector<std::string>{"File", "Extract", "|", "Help"}));
+        QVERIFY(!MainForm::IsEnabled(form->menu_divider_1));
+        QVERIFY(!MainForm::IsEnabled(form->menu_extract_file) && !MainForm::IsEnabled(form->menu_extract_pal));
+        QVERIFY(!form->menu_extract_all->isVisible() && !MainForm::IsEnabled(form->menu_extract_all));
+        QVERIFY(form->menu_image_autorefresh->isChecked());
+        QCOMPARE(form->menu_image_refresh->shortcut(), QKeySequence(Qt::Key_F5));
+        QCOMPARE(Str(form->menu_pal_select->text()), "[default] Select...");
+        QVERIFY(form->menu_col_player_item[0]->isChecked() && !form->menu_col_player_item[1]->isChecked());
+        QCOMPARE(Str(form->DRSFileLabel2->text()), "[none]");
+        QCOMPARE(Str(form->PictureStatusText->text()), "Loading image: 0%");
+        QCOMPARE(form->FrameScrollTag, "off");
+        QCOMPARE(form->FrameScroll->minimum(), 1);
+        QCOMPARE(form->FrameScroll->pageStep(), 5);
+        QVERIFY(!form->AnimateTimer->isActive());
+        for (QWidget* hidden : {static_cast<QWidget*>(form->FrameScroll), static_cast<QWidget*>(form->ResDisplayPic),
+                                static_cast<QWidget*>(form->RenameTextBox), static_cast<QWidget*>(form->RenameLists[2])})
+            QVERIFY(hidden->isHidden());
+        QCOMPARE(form->TwipsOf(form->RenameLists[1]), (TwipsRect{1800, 360, 1095, 330}));
+
+        // The start state of the program's data.
+        QCOMPARE(TempFolder, At("tmp") + "/brindle/");
+        QVERIFY(fs::is_directory(TempFolder));
+        QCOMPARE(form->PalComDlg.InitDir, TempFolder);
+        QCOMPARE(MaskColour, DefaultMaskColour);
+        QCOMPARE(form->MainComDlg.InitDir, FallbackArchiveFolder());  // no registry in this prefix
+    }
+
+    void startFolderComesFromTheGamePath() {
+        const std::string prefix = At("wine");
+        const std::string key = R"([Software\\Wow6432Node\\Quillmark Entertainment Company LLC\\Harrowmere Conquest\\1.0] 1700000000)";
+        fs::create_directories(prefix);
+        qputenv("WINEPREFIX", QByteArray::fromStdString(prefix));
+        for (auto [value, folder] : {std::pair{R"(C:\\Games\\Harrowmere\\)", "/drive_c/Games/Harrowmere/data/"},
+                                     {R"(C:\\Games\\Harrowmere)", "/drive_c/Games/Harrowmeredata/"}}) {
+            WriteFileText(prefix + "/system.reg", "WINE REGISTRY Version 2\n;; All keys relative to \\\\Machine\n\n" + key +
+                                                      "\n#time=1da1e0c3b2a4f00\n\"Game Path\"=\"" + value + "\"\n");
+            MainForm started(desktop->Services());
+            QCOMPARE(started.MainComDlg.InitDir, prefix + folder);
+        }
+    }
+
+    void resizeFollowsTheRule() {
+        // At the start size: 5400 - 720 - 75 and 8145 - 2040 - 75.
+        QCOMPARE(form->ScaleWidth(), 8145);
+        QCOMPARE(form->ScaleHeight(), 5400);
+        QCOMPARE(form->TwipsOf(form->DRSFilesList).Height, 4605);
+        QCOMPARE(form->TwipsOf(form->ResDisplayText), (TwipsRect{2040, 720, 6030, 4605}));
+
+        // Smaller than the controls: the floor of 1,000 holds, past the window's edge.
+        form->resize(50, 80);
+        QCOMPARE(form->TwipsOf(form->ResDisplayText).Width, 1000);
+        QCOMPARE(form->TwipsOf(form->DRSFilesList).Height, 1000);
+
+        form->resize(800, 600);
+        const int height = form->ScaleHeight();
+        QCOMPARE(form->TwipsOf(form->DRSFilesList).Height, height - 795);
+        QCOMPARE(form->TwipsOf(form->DRSFilesList).Width, 1815);  // nothing else changes size
+
+        form->setWindowState(Qt::WindowMinimized);
+        QCOMPARE(form->TwipsOf(form->ResDisplayText).Height, 1000);
+        QCOMPARE(form->TwipsOf(form->ResDisplayText).Width, 1000);
+    }
+
+    void openingHasThreeOutcomes() {
+        // Cancelled, and a name that doesn't exist: nothing changes, the status line stays.
+        form->menu_file_open_Click();
+        Open(At("missing.drs"));
+        QVERIFY(!form->DRSFileOpen);
+        QCOMPARE(Str(form->StatusText->text()), "Opening file...");
+        QCOMPARE(desktop->DialogsShown.back().DialogTitle, "Select DRS file to open");
+        QCOMPARE(desktop->DialogsShown.back().Filter, "DRS files (*.drs)|*.drs|All files (*.*)|*.*");
+        QVERIFY(desktop->Boxes.empty());
+
+        MainForm::SetEnabled(form->menu_extract_file, true);
+        Open(archivePath);
+        QVERIFY(form->DRSFileOpen);
+        QCOMPARE(form->DRSFilePath, archivePath);
+        QCOMPARE(Str(form->DRSFileLabel2->text()), "tiny");
+        QCOMPARE(Str(form->StatusText->text()), "");
+        QVERIFY(MainForm::IsEnabled(form->menu_extract_all) && !MainForm::IsEnabled(form->menu_extract_file));
+        QCOMPARE(form->DRSFilesList->ListCount(), 11);
+        QCOMPARE(form->DRSFilesList->List(Walker), "1000");
+        QCOMPARE(form->DRSFilesList->ListIndex(), -1);
+
+        // A file of neither flavour, refused by the user, with an archive open.
+        WriteFileText(At("junk.drs"), "not an archive at all, not at all");
+        desktop->BoxAnswers = {MessageAnswer::Cancel};
+        Open(At("junk.drs"));
+        QCOMPARE(desktop->Boxes.back(), (BoxShown{"Error reading from DRS file!", MessageStyle::Critical, "Error"}));
+        QVERIFY(!form->DRSFileOpen);
+        QCOMPARE(form->DRSFilePath, "");
+        QCOMPARE(Str(form->DRSFileLabel2->text()), "[none]");
+        QCOMPARE(Str(form->StatusText->text()), "");
+        QVERIFY(!MainForm::IsEnabled(form->menu_extract_all) && !MainForm::IsEnabled(form->menu_extract_file));
+        QCOMPARE(form->DRSFilesList->ListCount(), 0);  // rows of the archive just closed are of no use
+    }
+
+    void selectionShowsEachKind_data() {
+        QTest::addColumn<int>("row");
+        QTest::addColumn<bool>("text");
+        QTest::addColumn<bool>("sprite");
+        QTest::addColumn<bool>("extract");
+        QTest::addColumn<bool>("palette");
+        QTest::addColumn<QString>("rtf");
+        QTest::newRow("heading") << int(BinHeading) << false << false << false << false << "";
+        QTest::newRow("sprite") << int(Walker) << false << true << true << false << QString::fromUtf8(SpriteNoticeRTF);
+        QTest::newRow("sound") << int(Tone) << true << false << true << false << QString::fromUtf8(SoundNoticeRTF);
+        QTest::newRow("text") << int(Text) << true << false << true << false
+                              << R"({\rtf1{\colortbl ;\red255\green0\blue0;}\cf1 File 7:\par \cf0 a\{b\}\\c\par z\par })";
+        QTest::newRow("palette") << int(Pal) << true << false << true << true << "";
+        QTest::newRow("empty text") << int(Empty) << true << false << true << false
+                                    << R"({\rtf1{\colortbl ;\red255\green0\blue0;}\cf1 File 9:\par \cf0 })";
+        QTest::newRow("other") << int(Odd) << true << false << true << false << QString::fromUtf8(UnknownNoticeRTF);
+    }
+
+    void selectionShowsEachKind() {
+        QFETCH(int, row);
+        QFETCH(bool, text);
+        QFETCH(bool, sprite);
+        QFETCH(bool, extract);
+        QFETCH(bool, palette);
+        QFETCH(QString, rtf);
+        Open(archivePath);
+        // Start from a sprite, then a palette, so that no state of an earlier row shines through.
+        form->DRSFilesList->SetListIndex(Flag);
+        form->DRSFilesList->SetListIndex(row == Pal ? Text : Pal);
+        SweepTempFiles(TempFolder);
+        form->DRSFilesList->SetListIndex(row);
+
+        QCOMPARE(form->ResDisplayText->isVisible(), text);
+        for (QWidget* view : {static_cast<QWidget*>(form->ResDisplayPic), static_cast<QWidget*>(form->FrameScroll),
+                              static_cast<QWidget*>(form->PictureStatusText)})
+            QCOMPARE(view->isVisible(), sprite);
+        QCOMPARE(VisibleMenuBar(*form), sprite ? (std::vector<std::string>{"File", "Extract", "|", "Image", "Colours", "|", "Help"})
+                                               : (std::vector<std::string>{"File", "Extract", "|", "Help"}));
+        QCOMPARE(MainForm::IsEnabled(form->menu_extract_file), extract);
+        QCOMPARE(MainForm::IsEnabled(form->menu_extract_pal), palette);
+        QCOMPARE(Str(form->StatusText->text()), "");
+        if (!rtf.isEmpty()) QCOMPARE(form->ResDisplayText->TextRTF(), rtf.toStdString());
+        if (row == BinHeading) QCOMPARE(form->ResDisplayText->toPlainText(), QString());
+
+        // Every selection copies its entry, heading rows too; a sound plays from its copy.
+        QCOMPARE(TempCopies().size(), size_t{1});
+        const std::string copy = TempFolder + TempCopies()[0];
+        QCOMPARE(ReadFileBytes(copy), EntryBytes(row));
+        QCOMPARE(desktop->Sounds, row == Tone ? std::vector<std::string>{copy} : std::vector<std::string>{});
+    }
+
+    void textPreviewIsColouredText() {
+        Open(archivePath);
+        form->DRSFilesList->SetListIndex(Text);
+        QCOMPARE(form->ResDisplayText->toPlainText().trimmed(), QString("File 7:\na{b}\\c\nz"));
+        QTextCursor cursor(form->ResDisplayText->document());
+        cursor.movePosition(QTextCursor::NextCharacter);
+        QCOMPARE(cursor.charFormat().foreground().color(), QColor(255, 0, 0));
+        cursor.movePosition(QTextCursor::NextBlock);
+        cursor.movePosition(QTextCursor::NextCharacter);
+        QVERIFY(cursor.charFormat().foreground().color() != QColor(255, 0, 0));
+    }
+
+    void extractProposesByKind_data() {
+        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("filterIndex");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("text") << int(Text) << 1 << "7.bin";
+        QTest::newRow("sound") << int(Tone) << 2 << "5000.wav";
+        QTest::newRow("sprite") << int(Flag) << 3 << "1001.slp";
+        QTest::newRow("other") << int(Odd) << 4 << "9000";
+    }
+
+    void extractProposesByKind() {
+        QFETCH(int, row);
+        QFETCH(int, filterIndex);
+        QFETCH(QString, name);
+        Open(archivePath);
+        form->DRSFilesList->SetListIndex(row);
+        const std::string saved = At("saved.out");
+        WriteFileText(saved, "an older file, replaced without a question");
+        desktop->FileAnswers = {saved};
+        form->menu_extract_file_Click();
+
+        const CommonDialog& shown = desktop->DialogsShown.back();
+        QCOMPARE(shown.DialogTitle, "Select filename to save resource as");
+        QCOMPARE(shown.Filter, "BIN file (*.bin)|*.bin|WAV file (*.wav)|*.wav|SLP file (*.slp)|*.slp|All files (*.*)|*.*");
+        QCOMPARE(shown.FilterIndex, filterIndex);
+        QCOMPARE(shown.FileName, name.toStdString());
+        QCOMPARE(ReadFileBytes(saved), EntryBytes(row));
+        QCOMPARE(Str(form->StatusText->text()), "");
+
+        form->menu_extract_file_Click();  // cancelled
+        QCOMPARE(Str(form->StatusText->text()), "");
+        QVERIFY(desktop->Boxes.empty());
+    }
+
+    void extractAllIsANotice() {
+        form->menu_extract_all_Click();
+        QCOMPARE(desktop->Boxes, (std::vector<BoxShown>{{"Sorry, feature not yet implemented!", MessageStyle::Plain, ""}}));
+    }
+
+    void frameViewerFollowsTheScrollBar() {
+        Open(archivePath);
+        form->DRSFilesList->SetListIndex(Walker);
+        QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 1 of 3");
+        QCOMPARE(form->FrameScroll->maximum(), 3);
+        QCOMPARE(form->FrameScrollTag, "on");
+        QCOMPARE(form->TwipsOf(form->ResDisplayPic).Width, int(4 * form->TwipsPerPixelX()));
+        QCOMPARE(form->ResDisplayPic->Picture().size(), QSize(4, 3));
+        QCOMPARE(form->ResDisplayPic->Tag, TempFolder + TempCopies().back());
+
+        form->menu_image_autorefresh->trigger();  // off: scrolling still redraws
+        QVERIFY(!form->AutoRefresh);
+        form->FrameScroll->setValue(2);
+        QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 2 of 3");
+        QCOMPARE(form->ResDisplayPic->Picture().size(), QSize(9, 5));
+
+        // A new background shows only when Refresh asks for it.
+        MaskColour = 0x00FF00;
+        QCOMPARE(form->ResDisplayPic->Picture().pixelColor(0, 0), QColor(0, 0, 0));
+        form->menu_image_refresh->trigger();
+        QCOMPARE(form->ResDisplayPic->Picture().pixelColor(0, 0), QColor(0, 255, 0));
+
+        // With the gate off a change of the scroll bar draws nothing.
+        form->FrameScrollTag = "off";
+        form->FrameScroll->setValue(3);
+        QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 2 of 3");
+
+        // A new sprite starts at frame 1 with its own range, and a sound in between hides the menus.
+        form->DRSFilesList->SetListIndex(Tone);
+        QVERIFY(!form->menu_image->menuAction()->isVisible());
+        form->DRSFilesList->SetListIndex(Flag);
+        QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 1 of 1");
+        QCOMPARE(form->FrameScroll->value(), 1);
+        QCOMPARE(form->FrameScroll->maximum(), 1);
+        QVERIFY(form->cursor().shape() != Qt::WaitCursor);
+    }
+
+    void draggingMovesOnEverySecondEvent() {
+        Open(archivePath);
+        form->DRSFilesList->SetListIndex(Flag);
+        const TwipsRect start = form->TwipsOf(form->ResDisplayPic);
+        const int x = int(form->TwipsPerPixelX()), y = int(form->TwipsPerPixelY());
+        auto place = [&] { auto r = form->TwipsOf(form->ResDisplayPic); return std::pair(r.Left, r.Top); };
+
+        form->ResDisplayPic_MouseMove(30, 30);  // no button: nothing
+        QCOMPARE(place(), std::pair(start.Left, start.Top));
+        QTest::mousePress(form->ResDisplayPic, Qt::LeftButton, {}, QPoint(5, 5));
+        QCOMPARE(form->DragState, 1);
+        form->ResDisplayPic_MouseMove(15, 25);
+        QCOMPARE(place(), std::pair(start.Left + 10 * x, start.Top + 20 * y));
+        form->ResDisplayPic_MouseMove(50, 50);  // dropped
+        QCOMPARE(place(), std::pair(start.Left + 10 * x, start.Top + 20 * y));
+        form->ResDisplayPic_MouseMove(5 - 1000, 6);  // far left: held at 0, the top moves on
+        QCOMPARE(place(), std::pair(0, start.Top + 21 * y));
+        QCOMPARE(form->TwipsOf(form->ResDisplayPic).Width, start.Width);
+
+        form->ResDisplayPic_MouseUp(0, 0);
+        form->ResDisplayPic_MouseMove(100, 100);
+        QCOMPARE(place(), std::pair(0, start.Top + 21 * y));
+        QCOMPARE(form->DragState, 0);
+    }
+
+    void shutdownSweepsTemporaryCopies() {
+        Open(archivePath);
+        form->DRSFilesList->SetListIndex(Walker);
+        form->DRSFilesList->SetListIndex(Tone);
+        WriteFileText(TempFolder + "1000.pal", "kept");
+        QVERIFY(TempCopies().size() >= 2);
+        form->menu_file_exit_Click();
+        QCOMPARE(TempCopies(), std::vector<std::string>{"1000.pal"});
+        QCOMPARE(Str(form->StatusText->text()), "Cleaning up...");
+
+        // A window that goes without being closed sweeps too.
+        WriteFileText(TempFolder + "_drs123.drx", "left by a crashed run");
+        form.reset();
+        form = std::make_unique<MainForm>(desktop->Services());
+        form.reset();
+        QCOMPARE(TempCopies(), std::vector<std::string>{"1000.pal"});
+    }
+
+    void helpAndAbout() {
+        form->menu_help_help->trigger();
+        QCOMPARE(desktop->Boxes.back().Style, MessageStyle::Information);
+        QCOMPARE(desktop->Boxes.back().Title, "Help");
+        QVERIFY(desktop->Boxes.back().Text.starts_with("As a beta release, this program has no documentation."));
+
+        form->menu_help_about->trigger();
+        AboutForm* about = form->About();
+        QVERIFY(about && about->isVisible() && !about->isModal());
+        QCOMPARE(about->ExitButton[1]->text(), QString("Exit"));
+        about->ExitButton[1]->click();
+        QVERIFY(!about->isVisible());
+        QVERIFY(form->isVisible());  // "Exit" closes only the box
+        form->menu_help_about->trigger();
+        QCOMPARE(form->About(), about);
+    }
+};
+
+QTEST_MAIN(MainFormTest)
+#include "MainFormQTest.moc"
