@@ -487,7 +487,10 @@ void MainForm::DRSFilesList_Click() {
         menu_col->menuAction()->setVisible(true);
         menu_image->menuAction()->setVisible(true);
         menu_divider_2->setVisible(true);
-        (void)ShowImage(path, 1, false, "", *this);  // a damaged sprite shows what could be decoded
+        // The last sprite's picture goes first, so that a sprite too damaged to draw shows nothing
+        // rather than its predecessor; one damaged further in shows what could be decoded.
+        ResDisplayPic->SetPicture({});
+        (void)ShowImage(path, 1, false, "", *this);
         DRSFilesList->setFocus();
         break;
     case KindWAV:

@@ -31,7 +31,7 @@ namespace fs = std::filesystem;
 namespace {
 
 // Rows of the test archive, by list index.
-enum Row { SlpHeading, Walker, Flag, WavHeading, Tone, BinHeading, Text, Pal, Empty, XyzHeading, Odd };
+enum Row { SlpHeading, Walker, Flag, Broken, WavHeading, Tone, BinHeading, Text, Pal, Empty, XyzHeading, Odd };
 
 Bytes SpriteOf(std::vector<std::pair<int32_t, int32_t>> sizes) {
     std::vector<FrameFixture> frames;
@@ -66,12 +66,14 @@ class MainFormTest : public QObject {
     Bytes walker = SpriteOf({{4, 3}, {9, 5}, {2, 2}});
     Bytes flag = SpriteOf({{6, 6}});
     Bytes odd = {1, 2, 3};
+    Bytes broken = Bytes(walker.begin(), walker.begin() + 40);  // cut inside its frame table
     Bytes pal;
 
     Bytes EntryBytes(int row) const {
         switch (row) {
         case Walker: return walker;
         case Flag: return flag;
+        case Broken: return broken;
         case Tone: return tone;
         case Text: return textEntry;
         case Pal: return pal;
@@ -103,7 +105,7 @@ private slots:
         const std::string palText = WriteJascPal(std::vector<uint32_t>(256, 0x102030));
         pal.assign(palText.begin(), palText.end());
         WriteFileBytes(archivePath, WriteArchive({Flavour::Year2001,
-                                                  {{StoredTag("slp"), {{1000, walker}, {1001, flag}}},
+                                                  {{StoredTag("slp"), {{1000, walker}, {1001, flag}, {1002, broken}}},
                                                    {StoredTag("wav"), {{5000, tone}}},
                                                    {StoredTag("bin"), {{7, textEntry}, {8, pal}, {9, {}}}},
                                                    {StoredTag("xyz"), {{9000, odd}}}}}));
@@ -203,7 +205,7 @@ private slots:
         QCOMPARE(Str(form->DRSFileLabel2->text()), "tiny");
         QCOMPARE(Str(form->StatusText->text()), "");
         QVERIFY(MainForm::IsEnabled(form->menu_extract_all) && !MainForm::IsEnabled(form->menu_extract_file));
-        QCOMPARE(form->DRSFilesList->ListCount(), 11);
+        QCOMPARE(form->DRSFilesList->ListCount(), 12);
         QCOMPARE(form->DRSFilesList->List(Walker), "1000");
         QCOMPARE(form->DRSFilesList->ListIndex(), -1);
 
@@ -348,6 +350,11 @@ private slots:
         form->FrameScrollTag = "off";
         form->FrameScroll->setValue(3);
         QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 2 of 3");
+
+        // A sprite too damaged to draw shows nothing, rather than the last one.
+        form->DRSFilesList->SetListIndex(Broken);
+        QVERIFY(form->ResDisplayPic->Picture().isNull());
+        QCOMPARE(Str(form->PictureStatusText->text()), "Loading image...");
 
         // A new sprite starts at frame 1 with its own range, and a sound in between hides the menus.
         form->DRSFilesList->SetListIndex(Tone);
