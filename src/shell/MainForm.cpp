@@ -36,8 +36,6 @@ constexpr const char* DemoArchiveName = "demo.drs";
 const QColor WindowBlue(0, 0, 128);  // colour value 0x800000
 const QColor PaneGrey(224, 224, 224);
 
-QString ToQString(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
-
 // A length worked out in floating point, rounded to the nearest whole number that 16 bits hold.
 int16_t RoundToInteger(double value) {
     const double rounded = std::nearbyint(value);
@@ -46,17 +44,12 @@ int16_t RoundToInteger(double value) {
     return static_cast<int16_t>(rounded);
 }
 
+// Sets a control's background and text colours, each in the role that the kind of control paints with.
 void SetColours(QWidget* control, QPalette::ColorRole role, QColor colour, QPalette::ColorRole textRole, QColor text) {
     QPalette palette = control->palette();
     palette.setColor(role, colour);
     palette.setColor(textRole, text);
     control->setPalette(palette);
-}
-
-void SetTextColour(QLabel* label, QColor colour) {
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, colour);
-    label->setPalette(palette);
 }
 
 // The temporary folder: the environment's "temp", else TMPDIR, else /tmp, and a folder of our own in it.
@@ -83,9 +76,8 @@ std::string ArchiveStartFolder() {
 
 // Our own icon: a crate of archive entries, striped, on the window's blue.
 QIcon ProgramIcon() {
-    QImage picture(32, 32, QImage::Format_Indexed8);
-    picture.setColorCount(256);
-    for (int i = 0; i < 256; ++i) picture.setColor(i, qRgb(i & 0xE0, (i << 3) & 0xE0, (i << 6) & 0xC0));
+    QList<QRgb> colours(256);  // 256 colours, three bits of red and green and two of blue
+    for (int i = 0; i < 256; ++i) colours[i] = qRgb(i & 0xE0, (i << 3) & 0xE0, (i << 6) & 0xC0);
     QImage canvas(32, 32, QImage::Format_RGB32);
     canvas.fill(WindowBlue);
     QPainter painter(&canvas);
@@ -93,7 +85,7 @@ QIcon ProgramIcon() {
     for (int x = 7; x < 27; x += 5) painter.fillRect(x, 8, 2, 18, QColor(96, 64, 32));
     painter.fillRect(4, 6, 24, 3, QColor(224, 224, 224));
     painter.end();
-    return QIcon(QPixmap::fromImage(canvas.convertToFormat(QImage::Format_Indexed8, picture.colorTable())));
+    return QIcon(QPixmap::fromImage(canvas.convertToFormat(QImage::Format_Indexed8, colours)));
 }
 
 }  // namespace
@@ -200,7 +192,7 @@ void MainForm::CreateControls() {
     auto label = [this](const char* text, TwipsRect twips, QFont font) {
         auto* control = new QLabel(QString::fromUtf8(text), client_);
         control->setFont(font);
-        SetTextColour(control, Qt::white);
+        SetColours(control, QPalette::Window, WindowBlue, QPalette::WindowText, Qt::white);  // no background of its own
         PlaceInTwips(control, twips);
         return control;
     };

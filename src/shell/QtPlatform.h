@@ -5,11 +5,16 @@
 #include <memory>
 
 #include <QImage>
+#include <QString>
 #include <QStringList>
 
 #include "shell/Platform.h"
 
 class QSoundEffect;
+
+inline QString ToQString(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
 
 // A surface as a picture Qt can paint: the rows turned top-down, the colours as they are.
 QImage ImageOfSurface(const cDIBSection& surface);
