@@ -68,7 +68,7 @@ void ListBox::mousePressEvent(QMouseEvent* event) {
     }
 }
 
-RichTextBox::RichTextBox(QWidget* parent) : QTextEdit(parent) {
+RichTextBox::RichTextBox(QWidget* parent) : QPlainTextEdit(parent) {
     setReadOnly(true);
     setUndoRedoEnabled(false);
 }

@@ -1,5 +1,5 @@
-// brindle-window-bench: the window's list, filled with the most rows an archive can have and shown.
-// Runs on the offscreen platform unless told otherwise.
+// brindle-window-bench: the window's list filled with the most rows an archive can have, and the preview
+// pane given a large text entry. Runs on the offscreen platform unless told otherwise.
 
 #include <benchmark/benchmark.h>
 
@@ -7,7 +7,9 @@
 
 #include "ScriptedPlatform.h"
 #include "archive/DRSCode.h"
+#include "shell/Controls.h"
 #include "shell/MainForm.h"
+#include "shell/Preview.h"
 
 namespace {
 
@@ -26,6 +28,21 @@ void BM_FillAndShowLongestList(benchmark::State& state) {
     state.counters["rows"] = double(rows.size());
 }
 BENCHMARK(BM_FillAndShowLongestList)->Unit(benchmark::kMillisecond);
+
+// A text entry of 8 MiB in lines of 56 characters, escaped and shown in colour.
+void BM_ShowLargeText(benchmark::State& state) {
+    std::string text;
+    while (text.size() < (size_t{8} << 20)) text += "a line of text with {braces} and a \\ backslash, 0123\r\n";
+    RichTextBox box(nullptr);
+    box.resize(400, 300);
+    box.show();
+    for (auto _ : state) {
+        box.SetTextRTF(TextPreviewOfText(text, 7).Rtf);
+        QApplication::processEvents();
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(text.size()));
+}
+BENCHMARK(BM_ShowLargeText)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
