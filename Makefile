@@ -2,6 +2,7 @@
 # make test      installs what is missing, builds with the sanitizers, runs every test
 # make bench     builds optimised and runs the benchmarks
 # make cli-demo  shows brindle-cli at work on the demo archive
+# make fuzz      builds the fuzz targets with clang and runs each for FUZZ_SECONDS (default 60)
 
 JOBS ?= $(shell nproc)
 WERROR := $(if $(CI),ON,OFF)
@@ -9,7 +10,7 @@ DEMO_OUT := build/demo-export
 
 BIN := build/release/bin
 
-.PHONY: deps demo run cli-demo test bench clean
+.PHONY: deps demo run cli-demo test bench fuzz clean
 
 deps:
 	@scripts/install-deps.sh
@@ -50,6 +51,13 @@ bench: deps build/release/build.ninja
 	cmake --build build/release -j $(JOBS) --target brindle-bench brindle-window-bench
 	$(BIN)/brindle-bench
 	$(BIN)/brindle-window-bench
+
+fuzz:
+	@scripts/install-deps.sh fuzz
+	CC=clang CXX=clang++ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBRINDLE_FUZZ=ON \
+	  -DBRINDLE_WINDOW=OFF -DBRINDLE_TESTS=OFF -DBRINDLE_WERROR=$(WERROR)
+	cmake --build build/fuzz -j $(JOBS)
+	scripts/fuzz.sh
 
 clean:
 	rm -rf build

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that Brindle needs and that are missing; does nothing when all are there.
+# With the argument "fuzz" it also installs clang and libFuzzer, for `make fuzz`.
 set -euo pipefail
 
 packages=(
@@ -9,6 +10,9 @@ packages=(
   fonts-liberation fonts-dejavu-core
   xvfb xauth
 )
+if [ "${1:-}" = fuzz ]; then
+  packages+=(clang libclang-rt-14-dev)
+fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -1,0 +1,31 @@
+#include "FuzzSupport.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+
+namespace fuzzing {
+
+const std::string& ScratchFolder() {
+    static const std::string folder = [] {
+        // In memory where the system has such a folder: every input passes through a file.
+        std::error_code error;
+        const char* base = std::filesystem::is_directory("/dev/shm", error) ? "/dev/shm" : std::getenv("TMPDIR");
+        std::string path = std::string(base && *base ? base : "/tmp") + "/brindle-fuzz-" + std::to_string(getpid()) + "/";
+        std::filesystem::create_directories(path);
+        return path;
+    }();
+    return folder;
+}
+
+std::string WriteInput(const std::string& name, const uint8_t* data, size_t size) {
+    const std::string path = ScratchFolder() + name;
+    if (std::FILE* file = std::fopen(path.c_str(), "wb")) {
+        if (size > 0) std::fwrite(data, 1, size, file);
+        std::fclose(file);
+    }
+    return path;
+}
+
+}  // namespace fuzzing

@@ -1,0 +1,76 @@
+// make-fuzz-seeds DIR: valid files for every fuzz target, written by the same writers as the tests'
+// fixtures, so that fuzzing starts from inputs that reach deep into each reader.
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "RecordingHost.h"
+#include "Writers.h"
+
+using namespace fixtures;
+namespace fs = std::filesystem;
+
+namespace {
+
+Art Figure(int32_t width, int32_t height, int32_t seed) {
+    Art art(width, height);
+    const Layer layers[] = {Layer::Transparent, Layer::Colour, Layer::Player, Layer::Shadow, Layer::OutlineInner,
+                            Layer::OutlineOuter};
+    for (int32_t y = 0; y < height; ++y)
+        for (int32_t x = 0; x < width; ++x) {
+            const int32_t pick = (x / 3 + y / 2 + seed) % 9;
+            art.At(x, y) = {layers[pick < 6 ? pick : 1], static_cast<uint8_t>((x * 7 + y * 3 + seed) % 200)};
+        }
+    return art;
+}
+
+Bytes Sprite(int32_t frames, int32_t size) {
+    std::vector<FrameFixture> encoded;
+    for (int32_t f = 0; f < frames; ++f) encoded.push_back(EncodeFrame(Figure(size + f, size - f / 2, f), f - 2, 3 - f));
+    return WriteSprite(encoded);
+}
+
+Bytes AsBytes(std::string_view text) { return Bytes(text.begin(), text.end()); }
+
+void Write(const fs::path& folder, const std::string& name, const Bytes& bytes) {
+    fs::create_directories(folder);
+    WriteFileBytes((folder / name).string(), bytes);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: make-fuzz-seeds DIR\n");
+        return 2;
+    }
+    const fs::path out = argv[1];
+    try {
+        const std::vector<uint32_t> grey(256, 0x808080);
+        const std::string text = "; units\r\n[walker] = {slp 1000}\r\npath = data\\sounds\\*.wav\n\nlast";
+        for (Flavour flavour : {Flavour::Year2001, Flavour::Year1997}) {
+            Write(out / "Catalogue", flavour == Flavour::Year2001 ? "2001.drs" : "1997.drs",
+                  WriteArchive({flavour, {{StoredTag("slp"), {{1000, Sprite(2, 8)}, {1001, Sprite(1, 4)}}},
+                                          {StoredTag("wav"), {{5000, WriteWavTone(8000, 0.01, 440)}}},
+                                          {StoredTag("bin"), {{50500, AsBytes(text)}, {50501, {}}}}}}));
+        }
+        Write(out / "Sprite", "one-frame.slp", Sprite(1, 6));
+        Write(out / "Sprite", "walker.slp", Sprite(5, 12));
+        Write(out / "Palette", "grey.pal", AsBytes(WriteJascPal(grey)));
+        Write(out / "Palette", "short.pal", AsBytes(WriteJascPal(std::vector<uint32_t>(16, 0x102030), "0100", "16")));
+        Write(out / "TextPreview", "text.txt", AsBytes(text));
+        Write(out / "TextPreview", "notice.rtf", AsBytes(R"({\rtf1{\colortbl ;\red255\green0\blue0;}\cf1 File 7:\par \cf0 a\{b\}\\c\par })"));
+        Write(out / "Registry", "system.reg",
+              AsBytes("WINE REGISTRY Version 2\n;; All keys relative to \\\\Machine\n\n#arch=win64\n\n"
+                      "[Software\\\\K] 1795405119\n#time=1dd7afc20c3c06e\n@=\"default\"\n\"V\"=\"caf\\xe9 \\\"q\\\"\"\n"
+                      "\"W\"=str(2):\"%x%\"\n\"D\"=dword:fffffffe\n\"B\"=hex:01,02,\\\n  03\n\n"
+                      "[Software\\\\Wow6432Node\\\\Quillmark Entertainment Company LLC\\\\Harrowmere Conquest\\\\1.0] 1\n"
+                      "\"Game Path\"=\"C:\\\\Games\\\\Harrowmere\\\\\"\n"));
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "make-fuzz-seeds: %s\n", e.what());
+        return 1;
+    }
+    return 0;
+}
