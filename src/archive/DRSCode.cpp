@@ -129,16 +129,21 @@ CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host) {
 Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const CatalogueRow& row, Host& host) {
     host.SetStatusText("Reading data...");
 
-    // Never reuse or append to an existing file, and never write through a link left in its place.
-    std::error_code ignored;
-    if (!std::filesystem::is_directory(path, ignored)) std::filesystem::remove(path, ignored);
-
-    std::FILE* out = std::fopen(path.c_str(), "wb");
+    std::FILE* out = nullptr;
     auto fail = [&](std::string detail) {
         if (out) std::fclose(out);
         host.ShowMessage("Error saving file!", MessageStyle::Plain);
         return Outcome::Failure(std::move(detail));
     };
+    // The copy replaces what stands at path: that must never be the archive it comes from.
+    std::error_code ignored;
+    if (archive.IsOpen() && std::filesystem::equivalent(path, archive.Path(), ignored)) {
+        return fail("refusing to replace the archive itself with one of its entries");
+    }
+
+    // Never reuse or append to an existing file, and never write through a link left in its place.
+    if (!std::filesystem::is_directory(path, ignored)) std::filesystem::remove(path, ignored);
+    out = std::fopen(path.c_str(), "wb");
     if (!out) return fail("cannot create " + path);
     if (!archive.IsOpen()) return fail("no archive is open");
     if (row.Offset < 0 || row.Size < 0) return fail("the entry has a negative offset or size");

@@ -6,13 +6,14 @@
 ReadOnlyFile::~ReadOnlyFile() { Close(); }
 
 ReadOnlyFile::ReadOnlyFile(ReadOnlyFile&& other) noexcept
-    : file_(std::exchange(other.file_, nullptr)), size_(std::exchange(other.size_, 0)) {}
+    : file_(std::exchange(other.file_, nullptr)), size_(std::exchange(other.size_, 0)), path_(std::move(other.path_)) {}
 
 ReadOnlyFile& ReadOnlyFile::operator=(ReadOnlyFile&& other) noexcept {
     if (this != &other) {
         Close();
         file_ = std::exchange(other.file_, nullptr);
         size_ = std::exchange(other.size_, 0);
+        path_ = std::move(other.path_);
     }
     return *this;
 }
@@ -27,6 +28,7 @@ bool ReadOnlyFile::Open(const std::string& path) {
     std::setvbuf(file_, nullptr, _IONBF, 0);
     const auto size = std::filesystem::file_size(path, error);
     size_ = error ? 0 : static_cast<int64_t>(size);
+    path_ = path;
     return true;
 }
 
@@ -34,6 +36,7 @@ void ReadOnlyFile::Close() {
     if (file_) std::fclose(file_);
     file_ = nullptr;
     size_ = 0;
+    path_.clear();
 }
 
 size_t ReadOnlyFile::ReadAt(int64_t offset, std::span<uint8_t> out) {

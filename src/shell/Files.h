@@ -25,6 +25,7 @@ public:
     void Close();
     bool IsOpen() const { return file_ != nullptr; }
     int64_t Size() const { return size_; }
+    const std::string& Path() const { return path_; }  // as it was opened; empty while closed
 
     // Reads up to out.size() bytes at offset; returns how many were read, short at the end of the
     // file, 0 for an offset before the start or past the end.
@@ -33,6 +34,7 @@ public:
 private:
     std::FILE* file_ = nullptr;
     int64_t size_ = 0;
+    std::string path_;
 };
 
 // Reads the whole file at path into bytes; refuses a file larger than maxBytes without reading it.

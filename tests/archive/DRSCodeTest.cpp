@@ -104,6 +104,28 @@ TEST_F(ArchiveTest, RefusedOrDamagedArchiveKeepsTheOneBefore) {
     EXPECT_EQ(Read(Bytes(good.begin(), good.begin() + long(last) + 12)), CatalogueBuilt);
 }
 
+TEST_F(ArchiveTest, CutAtAnyRecordBoundaryTheDirectoryIsRefused) {
+    ArchiveLayout at;
+    const Bytes good = WriteArchive(SmallArchive(Flavour::Year2001), &at);
+    std::vector<int32_t> cuts = {0, 27, at.HeaderAt, at.TablesAt};
+    for (int32_t t = 0; t < 5; ++t) cuts.push_back(at.TablesAt + 12 * t + 12);
+    for (int32_t records : at.EntryRecordsAt) cuts.push_back(records), cuts.push_back(records + 12);
+    std::sort(cuts.begin(), cuts.end());
+    // Behind the last record the directory is whole; every cut before it is damage (or, before the
+    // magic is complete, a file of neither flavour that the user declines).
+    const int32_t whole = at.EntryRecordsAt.back() + 12;
+    for (int32_t cut : cuts) {
+        host.Answers = {MessageAnswer::Cancel};
+        const int16_t code = Read(Bytes(good.begin(), good.begin() + cut));
+        EXPECT_EQ(code, cut >= whole ? CatalogueBuilt : cut < 28 ? CatalogueRefused : CatalogueDamaged) << cut;
+    }
+    // No tables at all is an empty archive, not a damaged one.
+    Bytes empty = good;
+    PutI32(empty, size_t(at.HeaderAt) + 16, 0);
+    EXPECT_EQ(Read(empty), CatalogueBuilt);
+    EXPECT_TRUE(DRSCatalogue.empty());
+}
+
 TEST_F(ArchiveTest, CopiesEntriesByteForByteOrFailsWithTheBox) {
     // Patterned bytes up to just behind the largest entry that can be copied from 16.
     const std::string path = dir / "big.drs", out = dir / "out";

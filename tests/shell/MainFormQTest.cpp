@@ -1,6 +1,7 @@
 // The window driven as a user drives it: menus chosen, rows selected, dialogs and boxes answered by a
 // script, and the widgets read back.
 
+#include <chrono>
 #include <filesystem>
 
 #include <QComboBox>
@@ -19,6 +20,7 @@
 #include "ScriptedPlatform.h"
 #include "archive/UsefulCode.h"
 #include "colour/Colours.h"
+#include "export/SLPExports.h"
 #include "shell/AboutForm.h"
 #include "shell/Controls.h"
 #include "shell/MainForm.h"
@@ -407,6 +409,40 @@ private slots:
         form = std::make_unique<MainForm>(desktop->Services());
         form.reset();
         QCOMPARE(TempCopies(), std::vector<std::string>{"1000.pal"});
+    }
+
+    void theArchiveIsNeverWritten() {
+        fs::last_write_time(archivePath, fs::last_write_time(archivePath) - std::chrono::hours(1));
+        const auto stamp = fs::last_write_time(archivePath);
+        const Bytes bytes = ReadFileBytes(archivePath);
+        Open(archivePath);
+        for (int row = 0; row < form->DRSFilesList->ListCount(); ++row) {
+            form->DRSFilesList->SetListIndex(row);
+            desktop->FileAnswers = {At("entry") + std::to_string(row)};
+            form->menu_extract_file_Click();
+            if (row == Walker) QVERIFY(ExportSequence(form->ResDisplayPic->Tag, At("walk"), *form).Ok);
+        }
+        // Saving an entry over the archive itself is refused, and the archive stays.
+        desktop->FileAnswers = {archivePath};
+        form->menu_extract_file_Click();
+        QCOMPARE(desktop->Boxes, (std::vector<BoxShown>{{"Error saving file!", MessageStyle::Plain, ""}}));
+        Open(archivePath);
+        QCOMPARE(ReadFileBytes(archivePath), bytes);
+        QVERIFY(fs::last_write_time(archivePath) == stamp);
+        QVERIFY(fs::exists(At("walk003.bmp")));
+    }
+
+    void failedCopiesAreSweptToo() {
+        // An entry that lies past the end of its archive: its copy fails with the box, and is swept.
+        Bytes cut = ReadFileBytes(archivePath);
+        cut.resize(cut.size() - 2);
+        WriteFileBytes(archivePath, cut);
+        Open(archivePath);
+        form->DRSFilesList->SetListIndex(Odd);
+        QCOMPARE(desktop->Boxes.back().Text, "Error saving file!");
+        QVERIFY(!TempCopies().empty());
+        form->close();
+        QVERIFY(TempCopies().empty());
     }
 
     void helpAndAbout() {

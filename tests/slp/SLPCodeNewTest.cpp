@@ -131,6 +131,7 @@ TEST_F(SLPDecoderTest, DamagedFilesEndInAnOrderlyWay) {
     const struct { const char* Name; std::function<void(Bytes&)> Damage; int32_t Code; bool FirstRowDrawn; } cases[] = {
         {"file shorter than its header", [](Bytes& b) { b.resize(20); }, Refused, false},
         {"NumFrames 0", [](Bytes& b) { PutI32(b, 4, 0); }, Refused, false},
+        {"NumFrames negative", [](Bytes& b) { PutI32(b, 4, -5); }, Refused, false},
         {"NumFrames 32767", [](Bytes& b) { PutI32(b, 4, 32767); b.resize(33 * 32768); }, Refused, false},
         {"NumFrames 32766", [](Bytes& b) { PutI32(b, 4, 32766); b.resize(33 * 32768); }, DecodeFinished, true},
         {"frame table past the end", [](Bytes& b) { PutI32(b, 4, 1000); }, Refused, false},
@@ -148,6 +149,8 @@ TEST_F(SLPDecoderTest, DamagedFilesEndInAnOrderlyWay) {
         {"no end-of-row before the end", [](Bytes& b) { b.pop_back(); }, DecodeDamaged, true},
         {"player fill of 240", [&](Bytes& b) { b[lastStream] = 0x1A, b[lastStream + 1] = 240; }, DecodeDamaged, true},
         {"player list of 240", [&](Bytes& b) { b[lastStream] = 0x16, b[lastStream + 1] = 240; }, DecodeDamaged, true},
+        {"player list of 255", [&](Bytes& b) { b[lastStream] = 0x16, b[lastStream + 1] = 255; }, DecodeDamaged, true},
+        {"player fill of 255", [&](Bytes& b) { b[lastStream] = 0x1A, b[lastStream + 1] = 255; }, DecodeDamaged, true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.Name);
