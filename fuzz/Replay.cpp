@@ -30,7 +30,5 @@ int main(int argc, char** argv) {
         LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
     }
     std::printf("%zu inputs replayed\n", inputs.size());
-    std::error_code ignored;
-    fs::remove_all(fuzzing::ScratchFolder(), ignored);
     return 0;
 }
