@@ -1,20 +1,18 @@
 #include "shell/AboutForm.h"
 
-#include <cmath>
-
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
 
 #include "shell/Fonts.h"
+#include "shell/Twips.h"
 
 namespace {
 
 // The box's places are in twips, like the main window's.
 QRect PixelsOf(const QWidget* box, int left, int top, int width, int height) {
-    const double x = 1440.0 / box->logicalDpiX(), y = 1440.0 / box->logicalDpiY();
-    auto px = [](int twips, double perPixel) { return static_cast<int>(std::lround(twips / perPixel)); };
-    return {px(left, x), px(top, y), px(width, x), px(height, y)};
+    const double x = TwipsPerPixel(box->logicalDpiX()), y = TwipsPerPixel(box->logicalDpiY());
+    return {TwipsToPixels(left, x), TwipsToPixels(top, y), TwipsToPixels(width, x), TwipsToPixels(height, y)};
 }
 
 QLabel* MakeLabel(AboutForm* box, const char* text, QRect place, QFont font, QColor colour, Qt::Alignment align) {

@@ -78,7 +78,7 @@ void RichTextBox::SetText(const std::string& text) {
     setPlainText(QString::fromStdString(text));
 }
 
-void RichTextBox::SetTextRTF(const std::string& rtf) {
+void RichTextBox::SetTextRTF(std::string_view rtf) {
     rtf_ = rtf;
     clear();
     QTextCursor cursor(document());

@@ -66,7 +66,7 @@ public:
     explicit RichTextBox(QWidget* parent);
 
     void SetText(const std::string& text);
-    void SetTextRTF(const std::string& rtf);  // replaces all content
+    void SetTextRTF(std::string_view rtf);  // replaces all content
     const std::string& TextRTF() const { return rtf_; }
 
 private:

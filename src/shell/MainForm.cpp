@@ -117,8 +117,8 @@ MainForm::MainForm(Platform platform) : platform_(platform) {
     PalComDlg.DialogTitle = "Use palette...";
     PalComDlg.Filter = "PAL files (*.pal)|*.pal|All files (*.*)|*.*";
 
-    const auto pixels = [](int twips, double perPixel) { return static_cast<int>(std::lround(twips / perPixel)); };
-    resize(pixels(ClientWidth, TwipsPerPixelX()), pixels(ClientHeight, TwipsPerPixelY()) + menuBar()->sizeHint().height());
+    resize(TwipsToPixels(ClientWidth, TwipsPerPixelX()),
+           TwipsToPixels(ClientHeight, TwipsPerPixelY()) + menuBar()->sizeHint().height());
     client_->installEventFilter(this);
     connect(qApp, &QCoreApplication::aboutToQuit, this, &MainForm::Form_Unload);
     Form_Load();
@@ -128,18 +128,18 @@ MainForm::~MainForm() { Form_Unload(); }
 
 // --- Geometry ---------------------------------------------------------------------------------------
 
-double MainForm::TwipsPerPixelX() const { return 1440.0 / logicalDpiX(); }
-double MainForm::TwipsPerPixelY() const { return 1440.0 / logicalDpiY(); }
+double MainForm::TwipsPerPixelX() const { return TwipsPerPixel(logicalDpiX()); }
+double MainForm::TwipsPerPixelY() const { return TwipsPerPixel(logicalDpiY()); }
 
-int MainForm::ScaleWidth() const { return isMinimized() ? 0 : static_cast<int>(std::lround(client_->width() * TwipsPerPixelX())); }
-int MainForm::ScaleHeight() const { return isMinimized() ? 0 : static_cast<int>(std::lround(client_->height() * TwipsPerPixelY())); }
+int MainForm::ScaleWidth() const { return isMinimized() ? 0 : PixelsToTwips(client_->width(), TwipsPerPixelX()); }
+int MainForm::ScaleHeight() const { return isMinimized() ? 0 : PixelsToTwips(client_->height(), TwipsPerPixelY()); }
 
 void MainForm::PlaceInTwips(QWidget* control, TwipsRect twips) {
     // The twips are kept beside the control, so that a read gives back exactly what was set.
     control->setProperty("twips", QRect(twips.Left, twips.Top, twips.Width, twips.Height));
     const double x = TwipsPerPixelX(), y = TwipsPerPixelY();
-    auto px = [](int value, double perPixel) { return static_cast<int>(std::lround(value / perPixel)); };
-    control->setGeometry(px(twips.Left, x), px(twips.Top, y), px(twips.Width, x), px(twips.Height, y));
+    control->setGeometry(TwipsToPixels(twips.Left, x), TwipsToPixels(twips.Top, y), TwipsToPixels(twips.Width, x),
+                         TwipsToPixels(twips.Height, y));
 }
 
 TwipsRect MainForm::TwipsOf(const QWidget* control) const {
@@ -151,8 +151,8 @@ void MainForm::SetCaption(QLabel* label, std::string_view text) {
     label->setText(ToQString(text));
     TwipsRect twips = TwipsOf(label);
     const QSize size = label->sizeHint();
-    twips.Width = static_cast<int>(std::lround(size.width() * TwipsPerPixelX()));
-    twips.Height = static_cast<int>(std::lround(size.height() * TwipsPerPixelY()));
+    twips.Width = PixelsToTwips(size.width(), TwipsPerPixelX());
+    twips.Height = PixelsToTwips(size.height(), TwipsPerPixelY());
     PlaceInTwips(label, twips);
 }
 
@@ -472,7 +472,7 @@ void MainForm::DRSFilesList_Click() {
         break;
     case KindSLP:
         ResDisplayText->hide();
-        ResDisplayText->SetTextRTF(std::string(SpriteNoticeRTF));
+        ResDisplayText->SetTextRTF(SpriteNoticeRTF);
         ResDisplayPic->show();
         FrameScroll->show();
         PictureStatusText->show();
@@ -487,7 +487,7 @@ void MainForm::DRSFilesList_Click() {
         break;
     case KindWAV:
         ResDisplayText->show();
-        ResDisplayText->SetTextRTF(std::string(SoundNoticeRTF));
+        ResDisplayText->SetTextRTF(SoundNoticeRTF);
         platform_.Sound.PlayInBackground(path);
         break;
     case KindBIN:
@@ -495,7 +495,7 @@ void MainForm::DRSFilesList_Click() {
         break;
     default:
         ResDisplayText->show();
-        ResDisplayText->SetTextRTF(std::string(UnknownNoticeRTF));
+        ResDisplayText->SetTextRTF(UnknownNoticeRTF);
         break;
     }
 }
@@ -594,8 +594,8 @@ void MainForm::SetPictureSource(std::string_view slpPath) { ResDisplayPic->Tag =
 
 void MainForm::SetPictureSize(int32_t widthPixels, int32_t heightPixels) {
     TwipsRect place = TwipsOf(ResDisplayPic);
-    place.Width = static_cast<int>(std::lround(widthPixels * TwipsPerPixelX()));
-    place.Height = static_cast<int>(std::lround(heightPixels * TwipsPerPixelY()));
+    place.Width = PixelsToTwips(widthPixels, TwipsPerPixelX());
+    place.Height = PixelsToTwips(heightPixels, TwipsPerPixelY());
     PlaceInTwips(ResDisplayPic, place);
 }
 

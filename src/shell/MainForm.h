@@ -12,6 +12,7 @@
 #include "archive/DRSCode.h"
 #include "shell/Files.h"
 #include "shell/Platform.h"
+#include "shell/Twips.h"
 
 class AboutForm;
 class ListBox;
@@ -24,12 +25,6 @@ class QScrollBar;
 class QTimer;
 class RichTextBox;
 
-// Where a control stands, in twips (1,440 to the inch) of the window's client area.
-struct TwipsRect {
-    int Left = 0, Top = 0, Width = 0, Height = 0;
-    bool operator==(const TwipsRect&) const = default;
-};
-
 class MainForm : public QMainWindow, public Host {
     Q_OBJECT
 public:
@@ -39,7 +34,7 @@ public:
     // The twips of one pixel of the screen the window is on.
     double TwipsPerPixelX() const;
     double TwipsPerPixelY() const;
-    TwipsRect TwipsOf(const QWidget* control) const;
+    TwipsRect TwipsOf(const QWidget* control) const;  // where it stands in the client area
     // The client area in twips (ScaleWidth, ScaleHeight).
     int ScaleWidth() const;
     int ScaleHeight() const;

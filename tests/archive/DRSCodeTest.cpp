@@ -55,7 +55,7 @@ TEST_F(ArchiveTest, EveryFlavourListsTablesAndEntriesInArchiveOrder) {
                           {"--SLP (1)--", KindHeading}, {"9", KindSLP},   {"--XYZ (1)--", KindHeading},
                           {"300", KindOther}};
         EXPECT_EQ(Shown(), std::tuple(list, rows, 1));
-        const ShownMessage question{std::string(InvalidFormatQuestion), MessageStyle::OkCancel};
+        const ShownMessage question{std::string(InvalidFormatQuestion), MessageStyle::OkCancel, ""};
         EXPECT_EQ(host.Messages, kind == Flavour::Unknown ? std::vector{question} : std::vector<ShownMessage>{});
     }
 }
@@ -149,7 +149,8 @@ TEST_F(ArchiveTest, CopiesEntriesByteForByteOrFailsWithTheBox) {
         const std::string target = written == -2 ? dir / "no/folder/out" : out;
         EXPECT_EQ(ReadResourceData(archive, target, CatalogueRow{1, offset, size, {}}, host).Ok, ok);
         EXPECT_EQ(host.StatusHistory, ok ? finished : std::vector{finished[0]});
-        EXPECT_EQ(host.Messages, ok ? std::vector<ShownMessage>{} : std::vector<ShownMessage>{{"Error saving file!"}});
+        const ShownMessage saveError{"Error saving file!", MessageStyle::Plain, ""};
+        EXPECT_EQ(host.Messages, ok ? std::vector<ShownMessage>{} : std::vector{saveError});
         const auto start = whole.begin() + std::clamp(offset, 0, end);
         if (written >= 0) { EXPECT_TRUE(ReadFileBytes(out) == Bytes(start, start + written)); }
     }

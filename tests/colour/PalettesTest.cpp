@@ -52,7 +52,7 @@ TEST_F(PaletteTest, LinesAreReadAsTextItems) {
 TEST_F(PaletteTest, BadFilesAreRefusedOrStopWithTheEntriesReadSoFar) {
     EXPECT_EQ(Load({"1 2 3"}, "jasc-pal"), PaletteLoad::Refused);
     EXPECT_EQ(Palette, defaults);
-    EXPECT_EQ(host.Messages, (std::vector<ShownMessage>{{"Not valid palette file!", MessageStyle::Plain}}));
+    EXPECT_EQ(host.Messages, (std::vector<ShownMessage>{{"Not valid palette file!", MessageStyle::Plain, ""}}));
     auto want = defaults;
     want[0] = RGB(9, 8, 7);
     for (const char* second : {"-1 0 0", "32768 0 0", "x 0 0", "1 2 3 4", "1 2", "", "the file ends"}) {

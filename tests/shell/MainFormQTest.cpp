@@ -215,7 +215,7 @@ private slots:
         WriteFileText(At("junk.drs"), "not an archive at all, not at all");
         desktop->BoxAnswers = {MessageAnswer::Cancel};
         Open(At("junk.drs"));
-        QCOMPARE(desktop->Boxes.back(), (BoxShown{"Error reading from DRS file!", MessageStyle::Critical, "Error"}));
+        QCOMPARE(desktop->Boxes.back(), (ShownMessage{"Error reading from DRS file!", MessageStyle::Critical, "Error"}));
         QVERIFY(!form->DRSFileOpen);
         QCOMPARE(form->DRSFilePath, "");
         QCOMPARE(Str(form->DRSFileLabel2->text()), "[none]");
@@ -323,7 +323,7 @@ private slots:
 
     void extractAllIsANotice() {
         form->menu_extract_all_Click();
-        QCOMPARE(desktop->Boxes, (std::vector<BoxShown>{{"Sorry, feature not yet implemented!", MessageStyle::Plain, ""}}));
+        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Sorry, feature not yet implemented!", MessageStyle::Plain, ""}}));
     }
 
     void frameViewerFollowsTheScrollBar() {
@@ -425,7 +425,7 @@ private slots:
         // Saving an entry over the archive itself is refused, and the archive stays.
         desktop->FileAnswers = {archivePath};
         form->menu_extract_file_Click();
-        QCOMPARE(desktop->Boxes, (std::vector<BoxShown>{{"Error saving file!", MessageStyle::Plain, ""}}));
+        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error saving file!", MessageStyle::Plain, ""}}));
         Open(archivePath);
         QCOMPARE(ReadFileBytes(archivePath), bytes);
         QVERIFY(fs::last_write_time(archivePath) == stamp);

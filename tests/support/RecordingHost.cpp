@@ -10,8 +10,8 @@
 
 namespace fixtures {
 
-MessageAnswer RecordingHost::ShowMessage(std::string_view text, MessageStyle style, std::string_view) {
-    Messages.push_back({std::string(text), style});
+MessageAnswer RecordingHost::ShowMessage(std::string_view text, MessageStyle style, std::string_view title) {
+    Messages.push_back({std::string(text), style, std::string(title)});
     if (Answers.empty()) return MessageAnswer::OK;
     const MessageAnswer answer = Answers.front();
     Answers.pop_front();

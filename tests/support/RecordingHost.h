@@ -13,6 +13,7 @@ namespace fixtures {
 struct ShownMessage {
     std::string Text;
     MessageStyle Style = MessageStyle::Plain;
+    std::string Title;
     bool operator==(const ShownMessage&) const = default;
 };
 

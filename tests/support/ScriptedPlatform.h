@@ -7,16 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "RecordingHost.h"
 #include "shell/Platform.h"
 
 namespace fixtures {
-
-struct BoxShown {
-    std::string Text;
-    MessageStyle Style = MessageStyle::Plain;
-    std::string Title;
-    bool operator==(const BoxShown&) const = default;
-};
 
 class ScriptedPlatform : public CommonDialogs, public MessageBoxes, public SoundPlayer, public EscapeKey, public Clipboard {
 public:
@@ -25,7 +19,7 @@ public:
     std::deque<std::optional<uint32_t>> ColourAnswers;
     std::deque<MessageAnswer> BoxAnswers;  // OK once it runs dry
     std::vector<CommonDialog> DialogsShown;  // each as it stood when shown
-    std::vector<BoxShown> Boxes;
+    std::vector<ShownMessage> Boxes;
     std::vector<std::string> Sounds;
     bool EscapeHeld = false;
     int ClipboardPuts = 0;
