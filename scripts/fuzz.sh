@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Runs every fuzz target of build/fuzz for FUZZ_SECONDS seconds each (default 60), with 512 MB of memory
-# and 1 s per input, starting from seeds made by the test writers, and prints what each run did.
+# and 1 s per input (FUZZ_TARGETS="Sprite Palette" runs only those), starting from seeds made by the test writers, and prints what each run did.
 # Corpora grow in build/fuzz/corpus/; inputs that crashed land in build/fuzz/crashes/<target>/ and
 # belong, once fixed, in tests/data/fuzz/<target>/.
 set -euo pipefail
 
 build=build/fuzz
 seconds=${FUZZ_SECONDS:-60}
-targets=(Catalogue Sprite Palette TextPreview Registry)
+read -ra targets <<<"${FUZZ_TARGETS:-Catalogue Sprite Palette TextPreview Registry}"
 
 "$build/bin/make-fuzz-seeds" "$build/seeds"
 printf '%-12s %14s %10s %8s %8s %16s\n' target executions exec/s cov crashes "total executions"

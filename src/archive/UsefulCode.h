@@ -20,3 +20,8 @@ extern std::vector<CatalogueRow> DRSCatalogue;
 
 // Folder for temporary files, ending in its separator.
 extern std::string TempFolder;
+
+// The text that a described entry's row shows in place of its id: the first letter of its civilisation
+// and "/T" + its tech level, then ": " and the text ("M/T3: gate"); the text alone when both are 0.
+// The graphic kind never shows.
+std::string BuildRowText(const ResourceDescription& description);

@@ -33,6 +33,7 @@ public:
     virtual void ClearList() = 0;
     virtual void AddListRows(std::span<const ListRow> rows) = 0;
     virtual void SetListVisible(bool visible) = 0;
+    virtual void SetListRowText(int32_t index, std::string_view text) = 0;  // index counted from 0
 
     virtual void SetStatusText(std::string_view text) = 0;
     virtual void SetPictureStatusText(std::string_view text) = 0;
@@ -65,6 +66,7 @@ public:
     void ClearList() override {}
     void AddListRows(std::span<const ListRow>) override {}
     void SetListVisible(bool) override {}
+    void SetListRowText(int32_t, std::string_view) override {}
     void SetStatusText(std::string_view) override {}
     void SetPictureStatusText(std::string_view) override {}
     void SetFrameScrollGate(bool) override {}

@@ -579,6 +579,9 @@ void MainForm::ResDisplayPic_MouseUp(int, int) { DragState = 0; }
 void MainForm::ClearList() { DRSFilesList->Clear(); }
 void MainForm::AddListRows(std::span<const ListRow> rows) { DRSFilesList->AddItems(rows); }
 void MainForm::SetListVisible(bool visible) { DRSFilesList->setVisible(visible); }
+void MainForm::SetListRowText(int32_t index, std::string_view text) {
+    if (index >= 0 && index < DRSFilesList->ListCount()) DRSFilesList->SetList(index, std::string(text));
+}
 void MainForm::SetStatusText(std::string_view text) { SetCaption(StatusText, text); }
 void MainForm::SetPictureStatusText(std::string_view text) { SetCaption(PictureStatusText, text); }
 void MainForm::SetFrameScrollGate(bool on) { FrameScrollTag = on ? "on" : "off"; }

@@ -61,6 +61,7 @@ public:
     void ClearList() override;
     void AddListRows(std::span<const ListRow> rows) override;
     void SetListVisible(bool visible) override;
+    void SetListRowText(int32_t index, std::string_view text) override;
     void SetStatusText(std::string_view text) override;
     void SetPictureStatusText(std::string_view text) override;
     void SetFrameScrollGate(bool on) override;

@@ -21,6 +21,7 @@ class RecordingHost : public Host {
 public:
     std::vector<ListRow> Rows;
     int ListClears = 0;
+    std::vector<bool> ListVisibleHistory;
     std::vector<std::string> StatusHistory, PictureStatusHistory;  // every text set, in order
     bool GateOn = false;
     std::vector<bool> GateHistory;
@@ -40,7 +41,10 @@ public:
 
     void ClearList() override { Rows.clear(); ++ListClears; }
     void AddListRows(std::span<const ListRow> rows) override { Rows.insert(Rows.end(), rows.begin(), rows.end()); }
-    void SetListVisible(bool) override {}
+    void SetListVisible(bool visible) override { ListVisibleHistory.push_back(visible); }
+    void SetListRowText(int32_t index, std::string_view text) override {
+        if (index >= 0 && static_cast<size_t>(index) < Rows.size()) Rows[static_cast<size_t>(index)].Text = text;
+    }
     void SetStatusText(std::string_view text) override { StatusHistory.emplace_back(text); }
     void SetPictureStatusText(std::string_view text) override { PictureStatusHistory.emplace_back(text); }
     void SetFrameScrollGate(bool on) override { GateOn = on; GateHistory.push_back(on); }
