@@ -136,12 +136,10 @@ Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const C
         return Outcome::Failure(std::move(detail));
     };
     // The copy replaces what stands at path: that must never be the archive it comes from.
-    std::error_code ignored;
-    if (archive.IsOpen() && std::filesystem::equivalent(path, archive.Path(), ignored)) {
-        return fail("refusing to replace the archive itself with one of its entries");
-    }
+    if (IsHeldOpenForReading(path)) return fail("refusing to replace an open archive with one of its entries");
 
     // Never reuse or append to an existing file, and never write through a link left in its place.
+    std::error_code ignored;
     if (!std::filesystem::is_directory(path, ignored)) std::filesystem::remove(path, ignored);
     out = std::fopen(path.c_str(), "wb");
     if (!out) return fail("cannot create " + path);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "colour/Colours.h"
+#include "shell/Files.h"
 #include "shell/Functions.h"
 #include "slp/SLPCodeNew.h"
 
@@ -144,7 +145,7 @@ Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host&
     if (Outcome read = sprite.Open(SLPPath); !read) return read;
 
     const std::string listPath = BasePath + ".slx";
-    std::FILE* list = std::fopen(listPath.c_str(), "wb");
+    std::FILE* list = IsHeldOpenForReading(listPath) ? nullptr : std::fopen(listPath.c_str(), "wb");
     if (!list) return Outcome::Failure("cannot create " + listPath);
     // The lines are gathered and written when the export ends, however it ends.
     std::string text;

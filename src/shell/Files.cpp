@@ -1,12 +1,38 @@
 #include "shell/Files.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
+#include <vector>
+
+namespace {
+
+// The paths of the files held open by ReadOnlyFile objects, one element per open object.
+std::vector<std::string>& PathsHeldOpen() {
+    static std::vector<std::string> paths;
+    return paths;
+}
+
+void ForgetPath(const std::string& path) {
+    auto& paths = PathsHeldOpen();
+    if (const auto at = std::find(paths.begin(), paths.end(), path); at != paths.end()) paths.erase(at);
+}
+
+}  // namespace
+
+bool IsHeldOpenForReading(const std::string& path) {
+    std::error_code ignored;  // a path that doesn't exist is no open file
+    return std::any_of(PathsHeldOpen().begin(), PathsHeldOpen().end(),
+                       [&](const std::string& open) { return std::filesystem::equivalent(path, open, ignored); });
+}
 
 ReadOnlyFile::~ReadOnlyFile() { Close(); }
 
+// The moved file stays in PathsHeldOpen under the same path; only its owner changes.
 ReadOnlyFile::ReadOnlyFile(ReadOnlyFile&& other) noexcept
-    : file_(std::exchange(other.file_, nullptr)), size_(std::exchange(other.size_, 0)), path_(std::move(other.path_)) {}
+    : file_(std::exchange(other.file_, nullptr)), size_(std::exchange(other.size_, 0)), path_(std::move(other.path_)) {
+    other.path_.clear();
+}
 
 ReadOnlyFile& ReadOnlyFile::operator=(ReadOnlyFile&& other) noexcept {
     if (this != &other) {
@@ -14,6 +40,7 @@ ReadOnlyFile& ReadOnlyFile::operator=(ReadOnlyFile&& other) noexcept {
         file_ = std::exchange(other.file_, nullptr);
         size_ = std::exchange(other.size_, 0);
         path_ = std::move(other.path_);
+        other.path_.clear();
     }
     return *this;
 }
@@ -29,11 +56,15 @@ bool ReadOnlyFile::Open(const std::string& path) {
     const auto size = std::filesystem::file_size(path, error);
     size_ = error ? 0 : static_cast<int64_t>(size);
     path_ = path;
+    PathsHeldOpen().push_back(path_);
     return true;
 }
 
 void ReadOnlyFile::Close() {
-    if (file_) std::fclose(file_);
+    if (file_) {
+        std::fclose(file_);
+        ForgetPath(path_);
+    }
     file_ = nullptr;
     size_ = 0;
     path_.clear();

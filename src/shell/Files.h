@@ -37,5 +37,9 @@ private:
     std::string path_;
 };
 
+// Whether path names a file that a ReadOnlyFile holds open, such as the open archive. Every writer asks
+// before it creates a file and refuses such a path: the program never writes into a file it reads.
+bool IsHeldOpenForReading(const std::string& path);
+
 // Reads the whole file at path into bytes; refuses a file larger than maxBytes without reading it.
 Outcome ReadWholeFile(const std::string& path, size_t maxBytes, std::vector<uint8_t>& bytes);

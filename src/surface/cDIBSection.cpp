@@ -10,6 +10,7 @@
 #include <random>
 #include <system_error>
 
+#include "shell/Files.h"
 #include "shell/Functions.h"
 #include "shell/Host.h"
 
@@ -205,6 +206,9 @@ std::vector<uint8_t> cDIBSection::EncodeBitmap() const {
 }
 
 SavePictureResult cDIBSection::SavePicture(const std::string& sFileName) const {
+    if (IsHeldOpenForReading(sFileName)) {
+        return {false, SavePictureErrorNumber, ProgramFileName() + ".cDIBSection256", "The file is open for reading."};
+    }
     std::FILE* file = std::fopen(sFileName.c_str(), "wb");
     if (!file) {
         const int error = errno;
