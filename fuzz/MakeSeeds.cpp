@@ -68,6 +68,12 @@ int main(int argc, char** argv) {
                       "\"W\"=str(2):\"%x%\"\n\"D\"=dword:fffffffe\n\"B\"=hex:01,02,\\\n  03\n\n"
                       "[Software\\\\Wow6432Node\\\\Quillmark Entertainment Company LLC\\\\Harrowmere Conquest\\\\1.0] 1\n"
                       "\"Game Path\"=\"C:\\\\Games\\\\Harrowmere\\\\\"\n"));
+        // Every id of the target's catalogue, then lines that test the reader's edges.
+        Write(out / "Descriptions", "saved.dsc",
+              AsBytes("0@1@0@0@first table\r\n12@2@3@1@gate\r\n100@0@4@9@caf\xE9\r\n-7@6@0@0@\r\n5@0@0@2@ x \r\n"
+                      "-2147483648@3@2@1@low\r\n2147483647@0@0@0@high\r\n"));
+        Write(out / "Descriptions", "odd.dsc",
+              AsBytes("12@1@2\n\n 12abc@7@-1@ 3x@a@b\n4294967308@1@1@1@wraps\r\n100@1@1@1@\x80\x81\r\r\nx@0@0@0@last"));
     } catch (const std::exception& e) {
         std::fprintf(stderr, "make-fuzz-seeds: %s\n", e.what());
         return 1;

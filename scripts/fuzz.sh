@@ -7,7 +7,7 @@ set -euo pipefail
 
 build=build/fuzz
 seconds=${FUZZ_SECONDS:-60}
-read -ra targets <<<"${FUZZ_TARGETS:-Catalogue Sprite Palette TextPreview Registry}"
+read -ra targets <<<"${FUZZ_TARGETS:-Catalogue Sprite Palette TextPreview Registry Descriptions}"
 
 "$build/bin/make-fuzz-seeds" "$build/seeds"
 printf '%-12s %14s %10s %8s %8s %16s\n' target executions exec/s cov crashes "total executions"

@@ -14,6 +14,7 @@ Outcome SaveDescriptionFile(const std::string& FileName);
 
 // Merges a description file into DRSCatalogue: each line goes to the first row with its id, replacing
 // that row's whole description, and the row's text in the list becomes BuildRowText of it. Lines whose
-// id names no row are dropped. The list is hidden while the rows change. Failure when the file can't be
-// read; the rows merged by then stay.
+// id names no row are dropped, and so are lines of fewer than five fields. A choice that its list lacks
+// is stored as 0. The list is hidden while the rows change. Failure, with no row changed, when the file
+// can't be read or is larger than 64 MiB.
 Outcome LoadDescriptionFile(const std::string& FileName, Host& host);

@@ -10,6 +10,7 @@
 struct ResourceDescription {
     std::array<int32_t, 3> Choices{};  // row indexes of RenameLists(0) to (2); 0 is "[N/A]"
     std::string Text;                  // as typed (UTF-8), not trimmed
+    bool operator==(const ResourceDescription&) const = default;
 };
 
 // The rows of the three fixed lists, RenameLists(0) to (2), from index 0. A description file stores

@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <filesystem>
+#include <ostream>
+
+#include "RecordingHost.h"
+#include "archive/UsefulCode.h"
+#include "descriptions/DescriptionFiles.h"
+
+using namespace fixtures;
+
+void PrintTo(const ResourceDescription& d, std::ostream* out) {
+    *out << '{' << d.Choices[0] << ',' << d.Choices[1] << ',' << d.Choices[2] << ",\"" << d.Text << "\"}";
+}
+
+namespace {
+
+using Descriptions = std::vector<ResourceDescription>;
+
+TEST(BuildRowTextTest, LetterAndTechLevelBeforeTheText) {
+    const struct { std::array<int32_t, 3> Choices; std::string_view Text, Row; } cases[] = {
+        {{2, 3, 1}, "gate", "M/T3: gate"},  {{6, 0, 9}, "", "F: "},      {{0, 4, 0}, "café", "T4: café"},
+        {{0, 0, 5}, " as typed ", " as typed "}, {{0, 0, 0}, "", ""},   {{1, 1, 0}, "x", "D/T1: x"},
+        {{7, 2, 0}, "past the list", "T2: past the list"},             {{-1, 0, 0}, "y", "y"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(BuildRowText({c.Choices, std::string(c.Text)}), c.Row) << c.Text;
+}
+
+struct DescriptionFileTest : testing::Test {
+    TempDir dir;
+    RecordingHost host;
+    // Two tables behind headings of id 0; id 100 stands in both.
+    const std::vector<int32_t> ids{0, 12, 100, -7, 0, 100, INT32_MIN};
+
+    void SetUp() override { Describe(Descriptions(ids.size())); }
+    void TearDown() override { DRSCatalogue.clear(); }
+
+    // A fresh catalogue and list, with these descriptions.
+    void Describe(const Descriptions& descriptions) {
+        DRSCatalogue.clear();
+        host.Rows.clear();
+        for (size_t r = 0; r < ids.size(); ++r) {
+            DRSCatalogue.push_back({ids[r], 0, 0, descriptions[r]});
+            host.Rows.push_back({ids[r] == 0 ? "--SLP--" : std::to_string(ids[r]), 1});
+        }
+        host.ListVisibleHistory.clear();
+    }
+    Descriptions Held() const {
+        Descriptions held;
+        for (const CatalogueRow& row : DRSCatalogue) held.push_back(row.Description);
+        return held;
+    }
+    std::vector<std::string> RowTexts() const {
+        std::vector<std::string> texts;
+        for (const ListRow& row : host.Rows) texts.push_back(row.Text);
+        return texts;
+    }
+    Outcome Load(std::string_view fileText) {
+        WriteFileText(dir / "d.dsc", fileText);
+        return LoadDescriptionFile(dir / "d.dsc", host);
+    }
+    std::string Saved() {
+        const auto bytes = ReadFileBytes(dir / "d.dsc");
+        return {bytes.begin(), bytes.end()};
+    }
+};
+
+TEST_F(DescriptionFileTest, SaveWritesACrLfLineForEachDescribedRow) {
+    WriteFileText(dir / "d.dsc", "an older file");
+    ASSERT_TRUE(SaveDescriptionFile(dir / "d.dsc"));
+    EXPECT_EQ(Saved(), "");
+    Describe({{{0, 0, 0}, " "}, {{2, 3, 1}, "  café @ x  "}, {}, {{0, 0, 9}, ""}, {}, {}, {{6, 4, 0}, "ok"}});
+    ASSERT_TRUE(SaveDescriptionFile(dir / "d.dsc"));
+    EXPECT_EQ(Saved(), "0@0@0@0@\r\n12@2@3@1@caf\xE9 @ x\r\n-7@0@0@9@\r\n-2147483648@6@4@0@ok\r\n");
+
+    EXPECT_FALSE(SaveDescriptionFile(dir / "no such folder/d.dsc"));
+    EXPECT_FALSE(SaveDescriptionFile(dir.Path()));
+}
+
+TEST_F(DescriptionFileTest, RoundTripKeepsWhatTheFormatCarries) {
+    Describe({{{1, 0, 0}, "first table"}, {{2, 3, 1}, " café "}, {{0, 1, 0}, "a"}, {{0, 0, 0}, "   "},
+              {{0, 0, 2}, "second table"}, {{3, 0, 0}, "b"}, {{6, 4, 9}, "x@y"}});
+    ASSERT_TRUE(SaveDescriptionFile(dir / "d.dsc"));
+    Describe(Descriptions(ids.size()));
+    ASSERT_TRUE(LoadDescriptionFile(dir / "d.dsc", host));
+    // Every line of id 0 lands on the first heading and each line of id 100 on the first 100: the later wins.
+    EXPECT_EQ(Held(), (Descriptions{{{0, 0, 2}, "second table"}, {{2, 3, 1}, "café"}, {{3, 0, 0}, "b"}, {}, {}, {},
+                                    {{6, 4, 9}, "x"}}));
+    EXPECT_EQ(RowTexts(), (std::vector<std::string>{"second table", "M/T3: café", "I: b", "", "--SLP--", "100",
+                                                    "F/T4: x"}));
+    EXPECT_EQ(host.ListVisibleHistory, (std::vector<bool>{false, true}));
+}
+
+TEST_F(DescriptionFileTest, OddLinesAreReadByTheirLeadingNumbers) {
+    const ResourceDescription before{{1, 1, 1}, "before"};
+    const struct { std::string_view Line; int Row; ResourceDescription After; } cases[] = {
+        {"12@1@2", -1, {}},
+        {"", -1, {}},
+        {"12@1@2@3@a@b@c", 1, {{1, 2, 3}, "a"}},
+        {"no number@1@0@0@t", 0, {{1, 0, 0}, "t"}},
+        {"12abc@0@0@0@", 1, {}},
+        {"  +12@0@0@0@ kept blanks ", 1, {{0, 0, 0}, " kept blanks "}},
+        {"-7@6@4@9@t", 3, {{6, 4, 9}, "t"}},
+        {"-2147483648@0@0@0@min", 6, {{0, 0, 0}, "min"}},
+        {"4294967308@1@1@1@would wrap to 12", -1, {}},
+        {"12@7@5@10@past every list", 1, {{0, 0, 0}, "past every list"}},
+        {"12@-1@ 3x@4294967297@t", 1, {{0, 3, 0}, "t"}},
+        {"5@1@1@1@nobody", -1, {}},
+        {"12@1@1@1@caf\xE9\x80\r", 1, {{1, 1, 1}, "café€\r"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Line);
+        Describe(Descriptions(ids.size(), before));
+        auto rows = RowTexts();
+        ASSERT_TRUE(Load(std::string(c.Line) + "\r\n"));
+        auto want = Descriptions(ids.size(), before);
+        if (c.Row >= 0) want[c.Row] = c.After, rows[c.Row] = BuildRowText(c.After);
+        EXPECT_EQ(Held(), want);
+        EXPECT_EQ(RowTexts(), rows);
+    }
+}
+
+TEST_F(DescriptionFileTest, LfEndsALineAndTheLastNeedsNoEnd) {
+    const std::string huge(10'000'000, 'h');
+    ASSERT_TRUE(Load("12@1@0@0@lf\n-7@0@2@0@" + huge + "\r\n100@0@0@1@last"));
+    EXPECT_EQ(Held(), (Descriptions{{}, {{1, 0, 0}, "lf"}, {{0, 0, 1}, "last"}, {{0, 2, 0}, huge}, {}, {}, {}}));
+    EXPECT_EQ(host.Rows[3].Text, "T2: " + huge);
+}
+
+TEST_F(DescriptionFileTest, ARefusedFileChangesNothing) {
+    const Descriptions before(ids.size(), {{1, 1, 1}, "before"});
+    Describe(before);
+    const auto rows = RowTexts();
+    EXPECT_FALSE(LoadDescriptionFile(dir / "missing.dsc", host));
+    WriteFileText(dir / "big.dsc", "12@0@0@0@a\r\n");
+    std::filesystem::resize_file(dir / "big.dsc", (64u << 20) + 1);
+    EXPECT_FALSE(LoadDescriptionFile(dir / "big.dsc", host));
+    EXPECT_EQ(std::tuple(Held(), RowTexts(), host.ListVisibleHistory.size()), std::tuple(before, rows, size_t{0}));
+}
+
+}  // namespace
