@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QPainter>
+#include <QRegularExpressionValidator>
 #include <QScrollBar>
 #include <QTimer>
 
@@ -240,6 +241,9 @@ void MainForm::CreateControls() {
     SetColours(RenameTextBox, QPalette::Base, Qt::black, QPalette::Text, Qt::white);
     PlaceInTwips(RenameTextBox, {120, 1080, 2775, 270});
     RenameTextBox->hide();
+    // "@" divides the fields of a description file, so a text can't carry one.
+    RenameTextBox->setValidator(new QRegularExpressionValidator(QRegularExpression(QStringLiteral("[^@]*")), RenameTextBox));
+    connect(RenameTextBox, &QLineEdit::textChanged, this, &MainForm::RenameTextBox_Change);
 
     const TwipsRect listPlaces[3] = {{120, 360, 1575, 330}, {1800, 360, 1095, 330}, {120, 720, 2775, 330}};
     for (size_t i = 0; i < RenameLists.size(); ++i) {
@@ -248,7 +252,11 @@ void MainForm::CreateControls() {
         SetColours(RenameLists[i], QPalette::Base, Qt::black, QPalette::Text, Qt::white);
         SetColours(RenameLists[i], QPalette::Button, Qt::black, QPalette::ButtonText, Qt::white);
         PlaceInTwips(RenameLists[i], listPlaces[i]);
+        for (std::string_view row : RenameListRows[i]) RenameLists[i]->addItem(ToQString(row));
+        RenameLists[i]->setCurrentIndex(-1);  // none selected
         RenameLists[i]->hide();
+        // A pick, also of the row already shown; the changes a load-back makes are not picks.
+        connect(RenameLists[i], &QComboBox::activated, this, [this, i] { RenameLists_Click(static_cast<int16_t>(i)); });
     }
 
     const QList<QWidget*> tabOrder = {DRSFilesList, ResDisplayText, FrameScroll, ResDisplayPic,
@@ -291,6 +299,7 @@ void MainForm::CreateMenus() {
     menu_descr = bar->addMenu(QStringLiteral("Descriptions"));
     menu_descr->menuAction()->setVisible(false);
     menu_descr_edit = item(menu_descr, "Edit");
+    menu_descr_edit->setCheckable(true);
     menu_descr_load = item(menu_descr, "Load from file...");
     menu_descr_save = item(menu_descr, "Save to file...");
 
@@ -343,10 +352,36 @@ void MainForm::CreateMenus() {
     connect(menu_file_exit, &QAction::triggered, this, &MainForm::menu_file_exit_Click);
     connect(menu_extract_file, &QAction::triggered, this, &MainForm::menu_extract_file_Click);
     connect(menu_extract_all, &QAction::triggered, this, &MainForm::menu_extract_all_Click);
-    connect(menu_image_autorefresh, &QAction::triggered, this, &MainForm::menu_image_autorefresh_Click);
+    connect(menu_extract_pal, &QAction::triggered, this, &MainForm::menu_extract_pal_Click);
+    OnCheckItemClick(menu_descr_edit, [this] { menu_descr_edit_Click(); });
+    connect(menu_descr_load, &QAction::triggered, this, &MainForm::menu_descr_load_Click);
+    connect(menu_descr_save, &QAction::triggered, this, &MainForm::menu_descr_save_Click);
+    OnCheckItemClick(menu_image_autorefresh, [this] { menu_image_autorefresh_Click(); });
     connect(menu_image_refresh, &QAction::triggered, this, &MainForm::menu_image_refresh_Click);
+    connect(menu_savebmp, &QAction::triggered, this, &MainForm::menu_savebmp_Click);
+    connect(menu_image_slx, &QAction::triggered, this, &MainForm::menu_image_slx_Click);
+    connect(menu_image_savesequence, &QAction::triggered, this, &MainForm::menu_image_savesequence_Click);
+    OnCheckItemClick(menu_layers_colours, [this] { menu_layers_colours_Click(); });
+    OnCheckItemClick(menu_layers_shadow, [this] { menu_layers_shadow_Click(); });
+    OnCheckItemClick(menu_layers_selection, [this] { menu_layers_selection_Click(); });
+    OnCheckItemClick(menu_layers_outline, [this] { menu_layers_outline_Click(); });
+    connect(menu_pal_default, &QAction::triggered, this, &MainForm::menu_pal_default_Click);
+    OnCheckItemClick(menu_pal_select, [this] { menu_pal_select_Click(); });
+    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_player_item.size()); ++i) {
+        OnCheckItemClick(menu_col_player_item[static_cast<size_t>(i)], [this, i] { menu_col_player_item_Click(i); });
+    }
+    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_choose.size()); ++i) {
+        connect(menu_col_choose[static_cast<size_t>(i)], &QAction::triggered, this, [this, i] { menu_col_choose_Click(i); });
+    }
     connect(menu_help_help, &QAction::triggered, this, &MainForm::menu_help_help_Click);
     connect(menu_help_about, &QAction::triggered, this, &MainForm::menu_help_about_Click);
+}
+
+void MainForm::OnCheckItemClick(QAction* item, std::function<void()> handler) {
+    connect(item, &QAction::triggered, this, [item, handler = std::move(handler)](bool checked) {
+        item->setChecked(!checked);
+        handler();
+    });
 }
 
 void MainForm::SetEnabled(QAction* item, bool enabled) {
@@ -448,6 +483,7 @@ void MainForm::DRSFilesList_Click() {
     const int index = DRSFilesList->ListIndex();
     if (index < 0 || static_cast<size_t>(index) >= DRSCatalogue.size()) return;
     const CatalogueRow& row = DRSCatalogue[static_cast<size_t>(index)];
+    LoadDescriptionControls(row.Description);
 
     // Every selection copies its entry anew, heading rows too; a failed copy has told the user itself.
     const std::string path = MakeTempResourcePath();
@@ -542,8 +578,10 @@ void MainForm::RefreshImage(bool Force) {
     (void)ShowImage(ResDisplayPic->Tag, static_cast<int16_t>(FrameScroll->value()), false, "", *this);
 }
 
-// Qt has already turned the check mark over when this runs.
-void MainForm::menu_image_autorefresh_Click() { AutoRefresh = menu_image_autorefresh->isChecked(); }
+void MainForm::menu_image_autorefresh_Click() {
+    menu_image_autorefresh->setChecked(!menu_image_autorefresh->isChecked());
+    AutoRefresh = menu_image_autorefresh->isChecked();
+}
 
 void MainForm::menu_image_refresh_Click() { RefreshImage(true); }
 

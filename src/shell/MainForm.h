@@ -4,6 +4,7 @@
 // bar and the picture that those routines fill are its controls.
 
 #include <array>
+#include <functional>
 #include <string>
 
 #include <QLabel>
@@ -56,6 +57,26 @@ public:
     void ResDisplayPic_MouseDown(int X, int Y);
     void ResDisplayPic_MouseMove(int X, int Y);
     void ResDisplayPic_MouseUp(int X, int Y);
+    // Palettes and colours (colour/MainFormColours.cpp)
+    void menu_pal_default_Click();
+    void menu_pal_select_Click();
+    void menu_extract_pal_Click();
+    void menu_col_choose_Click(int16_t Index);
+    void menu_col_player_item_Click(int16_t Index);
+    void menu_layers_colours_Click();
+    void menu_layers_shadow_Click();
+    void menu_layers_selection_Click();
+    void menu_layers_outline_Click();
+    // Exports (export/MainFormExports.cpp)
+    void menu_savebmp_Click();
+    void menu_image_savesequence_Click();
+    void menu_image_slx_Click();
+    // Descriptions (descriptions/MainFormDescriptions.cpp)
+    void menu_descr_edit_Click();
+    void menu_descr_load_Click();
+    void menu_descr_save_Click();
+    void RenameLists_Click(int16_t Index);
+    void RenameTextBox_Change();
 
     // --- Host -----------------------------------------------------------------------------------
     void ClearList() override;
@@ -147,6 +168,9 @@ public:
     // "Extract all files..." is enabled and disabled while it stays hidden.
     static void SetEnabled(QAction* item, bool enabled);
     static bool IsEnabled(const QAction* item);
+    // Connects a checkable item to its handler, which alone sets the check mark: Qt's own turn of the
+    // mark on a click is undone first, so a handler works the same from a click and from a call.
+    void OnCheckItemClick(QAction* item, std::function<void()> handler);
 
     AboutForm* About() const { return aboutForm_; }  // null until About is first chosen
 
@@ -163,6 +187,8 @@ private:
     void RefreshImage(bool Force);
     void CloseArchive();
     void ShowPreviewText(int32_t id, const std::string& path);
+    bool AskImageFileName(const char* filter);  // ComDlg's save form; false when there is no name to save to
+    void LoadDescriptionControls(const ResourceDescription& description);
 
     Platform platform_;
     QWidget* client_;  // the client area: every control stands on it

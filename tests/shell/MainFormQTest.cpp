@@ -18,6 +18,7 @@
 #include "Writers.h"
 #include "RecordingHost.h"
 #include "ScriptedPlatform.h"
+#include "WindowFixture.h"
 #include "archive/UsefulCode.h"
 #include "colour/Colours.h"
 #include "export/SLPExports.h"
@@ -30,97 +31,12 @@
 using namespace fixtures;
 namespace fs = std::filesystem;
 
-namespace {
-
-// Rows of the test archive, by list index.
-enum Row { SlpHeading, Walker, Flag, Broken, WavHeading, Tone, BinHeading, Text, Pal, Empty, XyzHeading, Odd };
-
-Bytes SpriteOf(std::vector<std::pair<int32_t, int32_t>> sizes) {
-    std::vector<FrameFixture> frames;
-    for (auto [width, height] : sizes) {
-        Art art(width, height);
-        for (int32_t x = 0; x < width; ++x) art.At(x, height - 1) = {Layer::Colour, 7};
-        frames.push_back(EncodeFrame(art));
-    }
-    return WriteSprite(frames);
-}
-
-std::string Str(const QString& text) { return text.toStdString(); }
-
-std::vector<std::string> VisibleMenuBar(MainForm& form) {
-    std::vector<std::string> captions;
-    for (QAction* action : form.menuBar()->actions())
-        if (action->isVisible()) captions.push_back(Str(action->text()));
-    return captions;
-}
-
-}  // namespace
-
-class MainFormTest : public QObject {
+class MainFormTest : public QObject, public WindowFixture {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> dir;
-    std::unique_ptr<ScriptedPlatform> desktop;
-    std::unique_ptr<MainForm> form;
-    std::string archivePath;
-    Bytes textEntry = {'a', '{', 'b', '}', '\\', 'c', '\r', '\n', 'z'};
-    Bytes tone = WriteWavTone(8000, 0.05, 440);
-    Bytes walker = SpriteOf({{4, 3}, {9, 5}, {2, 2}});
-    Bytes flag = SpriteOf({{6, 6}});
-    Bytes odd = {1, 2, 3};
-    Bytes broken = Bytes(walker.begin(), walker.begin() + 40);  // cut inside its frame table
-    Bytes pal;
-
-    Bytes EntryBytes(int row) const {
-        switch (row) {
-        case Walker: return walker;
-        case Flag: return flag;
-        case Broken: return broken;
-        case Tone: return tone;
-        case Text: return textEntry;
-        case Pal: return pal;
-        case Odd: return odd;
-        default: return {};
-        }
-    }
-
-    std::string At(const char* name) const { return dir->filePath(name).toStdString(); }
-
-    void Open(const std::string& path) {
-        desktop->FileAnswers.push_back(path);
-        form->menu_file_open_Click();
-    }
-
-    std::vector<std::string> TempCopies() const {
-        std::vector<std::string> names;
-        for (const auto& file : fs::directory_iterator(TempFolder)) names.push_back(file.path().filename().string());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
 private slots:
-    void init() {
-        dir = std::make_unique<QTemporaryDir>();
-        qputenv("temp", QByteArray::fromStdString(At("tmp")));
-        qputenv("WINEPREFIX", QByteArray::fromStdString(At("no-prefix")));
-        archivePath = At("tiny.drs");
-        const std::string palText = WriteJascPal(std::vector<uint32_t>(256, 0x102030));
-        pal.assign(palText.begin(), palText.end());
-        WriteFileBytes(archivePath, WriteArchive({Flavour::Year2001,
-                                                  {{StoredTag("slp"), {{1000, walker}, {1001, flag}, {1002, broken}}},
-                                                   {StoredTag("wav"), {{5000, tone}}},
-                                                   {StoredTag("bin"), {{7, textEntry}, {8, pal}, {9, {}}}},
-                                                   {StoredTag("xyz"), {{9000, odd}}}}}));
-        desktop = std::make_unique<ScriptedPlatform>();
-        form = std::make_unique<MainForm>(desktop->Services());
-        form->show();
-    }
-
-    void cleanup() {
-        form.reset();
-        desktop.reset();
-        dir.reset();
-    }
+    void init() { SetUp(); }
+    void cleanup() { TearDown(); }
 
     void startsAsDesigned() {
         QCOMPARE(Str(form->windowTitle()), "Brindle - Viewer/Extractor (v0.5b)");
@@ -207,7 +123,7 @@ private slots:
         QCOMPARE(Str(form->DRSFileLabel2->text()), "tiny");
         QCOMPARE(Str(form->StatusText->text()), "");
         QVERIFY(MainForm::IsEnabled(form->menu_extract_all) && !MainForm::IsEnabled(form->menu_extract_file));
-        QCOMPARE(form->DRSFilesList->ListCount(), 12);
+        QCOMPARE(form->DRSFilesList->ListCount(), 13);
         QCOMPARE(form->DRSFilesList->List(Walker), "1000");
         QCOMPARE(form->DRSFilesList->ListIndex(), -1);
 

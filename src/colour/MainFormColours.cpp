@@ -1,0 +1,112 @@
+// The window's palette and colour choices: the Palette submenu, "Extract as palette", the four colours,
+// and the Player and Layers items, which hold a state that no drawing reads.
+
+#include <optional>
+
+#include <QAction>
+
+#include "archive/UsefulCode.h"
+#include "colour/Colours.h"
+#include "colour/Palettes.h"
+#include "shell/Controls.h"
+#include "shell/Functions.h"
+#include "shell/MainForm.h"
+#include "shell/QtPlatform.h"
+
+namespace {
+
+// The palette's name in the caption of "Select...": what stands between the last separator and the
+// last dot of the file name, in upper case. Nothing when no dot stands behind the last separator.
+std::optional<QString> PaletteCaptionName(const std::string& fileName) {
+    const size_t separator = fileName.rfind(PathSeparator);
+    const size_t start = separator == std::string::npos ? 0 : separator + 1;
+    const size_t dot = fileName.rfind('.');
+    if (dot == std::string::npos || dot < start) return std::nullopt;
+    return ToQString(fileName.substr(start, dot - start)).toUpper();
+}
+
+uint32_t* ChosenColour(int16_t Index) {
+    switch (Index) {
+    case 0: return &MaskColour;
+    case 1: return &ShadowColour;
+    case 2: return &OutlineInnerColour;
+    case 3: return &OutlineOuterColour;
+    default: return nullptr;
+    }
+}
+
+}  // namespace
+
+void MainForm::menu_pal_default_Click() {
+    (void)LoadPalette("", *this);  // the default palette always loads
+    menu_pal_select->setText(QStringLiteral("[default] Select..."));
+    RefreshImage(false);
+}
+
+void MainForm::menu_pal_select_Click() {
+    if (!platform_.Dialogs.ShowOpen(PalComDlg) || PalComDlg.FileName.empty()) return;
+    const std::string fileName = PalComDlg.FileName;
+    const PaletteResult loaded = LoadPalette(fileName, *this);
+    // A file that is no palette at all has been refused with its own box and changed nothing.
+    if (loaded.State == PaletteLoad::Refused) return;
+    const std::optional<QString> name = PaletteCaptionName(fileName);
+    if (loaded.State == PaletteLoad::Failed || !name) {
+        ShowMessage("Error opening palette file!", MessageStyle::Plain);
+        return;
+    }
+    menu_pal_select->setText(u'[' + *name + QStringLiteral("] Select..."));
+    RefreshImage(false);
+}
+
+void MainForm::menu_extract_pal_Click() {
+    SetStatusText("Saving palette...");
+    const int index = DRSFilesList->ListIndex();
+    if (index < 0 || static_cast<size_t>(index) >= DRSCatalogue.size()) {
+        ShowMessage("Error saving palette data!", MessageStyle::Plain);
+        return;
+    }
+    const CatalogueRow row = DRSCatalogue[static_cast<size_t>(index)];
+    // A copy that failed has shown its own box; "now available" would not be true.
+    if (!ReadResourceData(DRSFileNumber, TempFolder + std::to_string(row.ID) + ".pal", row, *this)) return;
+    ShowMessage("Palette now available in image viewer", MessageStyle::Plain);
+    SetStatusText("");
+}
+
+void MainForm::menu_col_choose_Click(int16_t Index) {
+    uint32_t* colour = ChosenColour(Index);
+    if (!colour) return;
+    ColourComDlg.Color = *colour;  // the dialog opens on the current colour
+    if (!platform_.Dialogs.ShowColor(ColourComDlg)) return;
+    *colour = ColourComDlg.Color;
+    RefreshImage(false);
+}
+
+void MainForm::menu_col_player_item_Click(int16_t Index) {
+    if (Index < 0 || static_cast<size_t>(Index) >= menu_col_player_item.size()) return;
+    if (menu_col_player_item[static_cast<size_t>(Index)]->isChecked()) return;
+    for (QAction* item : menu_col_player_item) item->setChecked(false);
+    menu_col_player_item[static_cast<size_t>(Index)]->setChecked(true);
+    PlayerNumber = Index;
+    RefreshImage(false);
+}
+
+// The Layers items keep only their check marks; every layer is always drawn.
+void MainForm::menu_layers_colours_Click() {
+    menu_layers_colours->setChecked(!menu_layers_colours->isChecked());
+    RefreshImage(false);
+}
+
+void MainForm::menu_layers_shadow_Click() {
+    menu_layers_shadow->setChecked(!menu_layers_shadow->isChecked());
+    RefreshImage(false);
+}
+
+void MainForm::menu_layers_selection_Click() {
+    menu_layers_selection->setChecked(!menu_layers_selection->isChecked());
+    RefreshImage(false);
+}
+
+void MainForm::menu_layers_outline_Click() {
+    menu_layers_outline->setChecked(!menu_layers_outline->isChecked());
+    RefreshImage(false);
+}

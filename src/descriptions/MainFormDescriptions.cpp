@@ -1,0 +1,67 @@
+// The window's side of descriptions: the three lists and the text box that edit the selected row's
+// description, the Edit item that shows the text box, and the description files.
+//
+// The Enabled state of the four controls is what keeps a load-back from storing: filling them raises
+// their events, which return at once while the controls are disabled.
+
+#include <QAction>
+#include <QComboBox>
+#include <QLineEdit>
+
+#include "archive/UsefulCode.h"
+#include "descriptions/DescriptionFiles.h"
+#include "shell/Controls.h"
+#include "shell/MainForm.h"
+#include "shell/QtPlatform.h"
+
+namespace {
+
+constexpr const char* DescriptionFilter = "Description file (*.dsc)|*.dsc";
+
+}  // namespace
+
+void MainForm::LoadDescriptionControls(const ResourceDescription& description) {
+    for (QComboBox* list : RenameLists) list->setEnabled(false);
+    RenameTextBox->setEnabled(false);
+    for (size_t i = 0; i < RenameLists.size(); ++i) RenameLists[i]->setCurrentIndex(description.Choices[i]);
+    RenameTextBox->setText(ToQString(description.Text));
+    for (QComboBox* list : RenameLists) list->setEnabled(true);
+    RenameTextBox->setEnabled(true);
+}
+
+void MainForm::RenameLists_Click(int16_t Index) {
+    if (Index < 0 || static_cast<size_t>(Index) >= RenameLists.size() || !RenameLists[static_cast<size_t>(Index)]->isEnabled()) return;
+    const int row = DRSFilesList->ListIndex();
+    if (row < 0 || static_cast<size_t>(row) >= DRSCatalogue.size()) return;  // no row to describe
+    ResourceDescription& description = DRSCatalogue[static_cast<size_t>(row)].Description;
+    description.Choices[static_cast<size_t>(Index)] = std::max(RenameLists[static_cast<size_t>(Index)]->currentIndex(), 0);
+    DRSFilesList->SetList(row, BuildRowText(description));
+}
+
+void MainForm::RenameTextBox_Change() {
+    if (!RenameTextBox->isEnabled()) return;
+    const int row = DRSFilesList->ListIndex();
+    if (row < 0 || static_cast<size_t>(row) >= DRSCatalogue.size()) return;
+    ResourceDescription& description = DRSCatalogue[static_cast<size_t>(row)].Description;
+    description.Text = RenameTextBox->text().toStdString();
+    DRSFilesList->SetList(row, BuildRowText(description));
+}
+
+void MainForm::menu_descr_edit_Click() {
+    menu_descr_edit->setChecked(!menu_descr_edit->isChecked());
+    RenameTextBox->setVisible(menu_descr_edit->isChecked());
+}
+
+void MainForm::menu_descr_save_Click() {
+    MainComDlg.DialogTitle = "Select filename to save descriptions as";
+    MainComDlg.Filter = DescriptionFilter;
+    if (!platform_.Dialogs.ShowSave(MainComDlg) || MainComDlg.FileName.empty()) return;
+    if (!SaveDescriptionFile(MainComDlg.FileName)) ShowMessage("Error saving description file!", MessageStyle::Plain);
+}
+
+void MainForm::menu_descr_load_Click() {
+    MainComDlg.DialogTitle = "Select description file to open";
+    MainComDlg.Filter = DescriptionFilter;
+    if (!platform_.Dialogs.ShowOpen(MainComDlg) || MainComDlg.FileName.empty()) return;
+    if (!LoadDescriptionFile(MainComDlg.FileName, *this)) ShowMessage("Error opening description file!", MessageStyle::Plain);
+}

@@ -1,0 +1,164 @@
+// Descriptions edited in the window: the three lists and the text box store into the selected row and
+// rewrite its text, a selection loads them back, and description files go out and come in through the
+// Descriptions menu.
+
+#include <QAction>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QTest>
+
+#include "WindowFixture.h"
+#include "shell/Controls.h"
+
+using namespace fixtures;
+
+class MainFormDescriptionsTest : public QObject, public WindowFixture {
+    Q_OBJECT
+
+    // A pick in list i, as the user makes it.
+    void Pick(int list, int row) {
+        form->RenameLists[size_t(list)]->setCurrentIndex(row);
+        emit form->RenameLists[size_t(list)]->activated(row);
+    }
+
+    std::string RowText(int row) const { return form->DRSFilesList->List(row); }
+
+    std::vector<int> Shown() const {
+        return {form->RenameLists[0]->currentIndex(), form->RenameLists[1]->currentIndex(),
+                form->RenameLists[2]->currentIndex()};
+    }
+
+private slots:
+    void init() { SetUp(); }
+    void cleanup() { TearDown(); }
+
+    void editingRewritesTheRow_data() {
+        QTest::addColumn<int>("civ");
+        QTest::addColumn<int>("tech");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("row");
+        QTest::newRow("both") << 2 << 3 << 1 << "gate" << "M/T3: gate";
+        QTest::newRow("civilisation only") << 6 << 0 << 0 << "" << "F: ";
+        QTest::newRow("tech only") << 0 << 4 << 9 << "  walk " << "T4:   walk ";
+        QTest::newRow("text only") << 0 << 0 << 5 << "café" << "café";
+        QTest::newRow("kind only") << 0 << 0 << 7 << "" << "";
+    }
+
+    void editingRewritesTheRow() {
+        QFETCH(int, civ);
+        QFETCH(int, tech);
+        QFETCH(int, kind);
+        QFETCH(QString, text);
+        QFETCH(QString, row);
+        OpenAndSelect(Flag);
+        QCOMPARE(RowText(Flag), "1001");
+        QCOMPARE(Shown(), (std::vector<int>{0, 0, 0}));
+        Pick(2, kind);
+        Pick(1, tech);
+        Pick(0, civ);
+        form->RenameTextBox->setText(text);
+        QCOMPARE(QString::fromStdString(RowText(Flag)), row);
+        const ResourceDescription& stored = DRSCatalogue[Flag].Description;
+        QCOMPARE(stored.Choices, (std::array<int32_t, 3>{civ, tech, kind}));
+        QCOMPARE(QString::fromStdString(stored.Text), text);
+        QCOMPARE(DRSCatalogue[Flag].ID, 1001);
+        QCOMPARE(form->DRSFilesList->ItemData(Flag), int32_t(KindSLP));
+        QCOMPARE(form->DRSFilesList->ListIndex(), int(Flag));
+
+        // Selecting rows fires the controls' events without storing anything; the row's own values come back.
+        form->DRSFilesList->SetListIndex(Tone);
+        QCOMPARE(Shown(), (std::vector<int>{0, 0, 0}));
+        QCOMPARE(form->RenameTextBox->text(), QString());
+        QCOMPARE(RowText(Tone), "5000");
+        form->DRSFilesList->SetListIndex(Flag);
+        QCOMPARE(Shown(), (std::vector<int>{civ, tech, kind}));
+        QCOMPARE(form->RenameTextBox->text(), text);
+        QCOMPARE(QString::fromStdString(RowText(Flag)), row);
+    }
+
+    void editsGoOnlyToASelectedRow() {
+        // A heading is edited like any row.
+        OpenAndSelect(WavHeading);
+        Pick(0, 1);
+        QCOMPARE(RowText(WavHeading), "D: ");
+        Pick(0, 0);  // "[N/A]" again takes the piece away
+        QCOMPARE(RowText(WavHeading), "");
+
+        // After opening again no row is selected, and edits store nothing.
+        Open(archivePath);
+        Pick(1, 2);
+        form->RenameTextBox->setText("lost");
+        for (int row = 0; row < form->DRSFilesList->ListCount(); ++row) {
+            QCOMPARE(DRSCatalogue[size_t(row)].Description.Text, "");
+            QCOMPARE(DRSCatalogue[size_t(row)].Description.Choices[1], 0);
+        }
+        QCOMPARE(form->RenameTextBox->text(), QString("lost"));  // the controls keep what they show
+    }
+
+    void editShowsAndHidesTheTextBox() {
+        QVERIFY(!form->menu_descr->menuAction()->isVisible() && !form->menu_descr_edit->isChecked());
+        form->menu_descr_edit->trigger();
+        QVERIFY(form->menu_descr_edit->isChecked() && form->RenameTextBox->isVisible());
+        form->menu_descr_edit_Click();
+        QVERIFY(!form->menu_descr_edit->isChecked() && !form->RenameTextBox->isVisible());
+        for (QComboBox* list : form->RenameLists) QVERIFY(list->isHidden());
+
+        // "@" divides a description file's fields, so it can't be typed.
+        OpenAndSelect(Flag);
+        QTest::keyClicks(form->RenameTextBox, "a@b");
+        QCOMPARE(DRSCatalogue[Flag].Description.Text, "ab");
+    }
+
+    void descriptionFilesRoundTrip() {
+        OpenAndSelect(Walker);
+        Pick(0, 2);
+        form->RenameTextBox->setText(" gate ");
+        form->DRSFilesList->SetListIndex(Text);
+        Pick(2, 3);
+        const std::string saved = At("mine.dsc");
+        desktop->FileAnswers = {saved};
+        form->menu_descr_save->trigger();
+        QCOMPARE(desktop->DialogsShown.back().DialogTitle, "Select filename to save descriptions as");
+        QCOMPARE(desktop->DialogsShown.back().Filter, "Description file (*.dsc)|*.dsc");
+        const Bytes bytes = ReadFileBytes(saved);
+        QCOMPARE(std::string(bytes.begin(), bytes.end()), "1000@2@0@0@gate\r\n7@0@0@3@\r\n");
+
+        // Loaded onto the archive opened afresh: the rows named change, the selection and controls don't.
+        Open(archivePath);
+        form->DRSFilesList->SetListIndex(Flag);
+        desktop->FileAnswers = {saved};
+        form->menu_descr_load->trigger();
+        QCOMPARE(desktop->DialogsShown.back().DialogTitle, "Select description file to open");
+        QCOMPARE(RowText(Walker), "M: gate");
+        QCOMPARE(RowText(Text), "");
+        QCOMPARE(RowText(Flag), "1001");
+        QCOMPARE(form->DRSFilesList->ListIndex(), int(Flag));
+        QVERIFY(form->DRSFilesList->isVisible());
+        form->DRSFilesList->SetListIndex(Walker);
+        QCOMPARE(Shown(), (std::vector<int>{2, 0, 0}));
+        QCOMPARE(form->RenameTextBox->text(), QString("gate"));
+
+        // A cancelled dialog touches nothing; a file that isn't there says so.
+        form->menu_descr_save_Click();
+        QCOMPARE(ReadFileBytes(saved), bytes);
+        desktop->FileAnswers = {At("missing.dsc")};
+        form->menu_descr_load_Click();
+        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error opening description file!", MessageStyle::Plain, ""}}));
+        QVERIFY(form->DRSFilesList->isVisible());
+    }
+
+    void descriptionsNeverGoIntoTheArchive() {
+        const Bytes archive = ReadFileBytes(archivePath);
+        OpenAndSelect(Walker);
+        Pick(0, 1);
+        desktop->FileAnswers = {archivePath};  // the name the dialog proposes after the open
+        form->menu_descr_save_Click();
+        QCOMPARE(desktop->DialogsShown.back().FileName, archivePath);
+        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error saving description file!", MessageStyle::Plain, ""}}));
+        QCOMPARE(ReadFileBytes(archivePath), archive);
+    }
+};
+
+QTEST_MAIN(MainFormDescriptionsTest)
+#include "MainFormDescriptionsQTest.moc"

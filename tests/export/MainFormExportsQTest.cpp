@@ -1,0 +1,171 @@
+// The Image menu's exports from the window: the file dialog, the files written, what the window looks
+// like afterwards, and the boxes when an export fails halfway.
+
+#include <filesystem>
+
+#include <QAction>
+#include <QLabel>
+#include <QScrollBar>
+#include <QTest>
+
+#include "WindowFixture.h"
+#include "colour/Colours.h"
+#include "colour/Palettes.h"
+#include "shell/Controls.h"
+
+using namespace fixtures;
+namespace fs = std::filesystem;
+
+class MainFormExportsTest : public QObject, public WindowFixture {
+    Q_OBJECT
+
+    QImage Picture() const { return form->ResDisplayPic->Picture(); }
+    static QImage Bitmap(const std::string& path) { return QImage(QString::fromStdString(path), "BMP"); }
+
+    void SaveAs(QAction* item, const std::string& name) {
+        desktop->FileAnswers = {name};
+        item->trigger();
+    }
+
+    // After an export the gate is open, both labels are empty and the window works on.
+    void EndsOrderly() {
+        QCOMPARE(form->FrameScrollTag, "on");
+        QCOMPARE(Str(form->StatusText->text()), "");
+        QCOMPARE(Str(form->PictureStatusText->text()), "");
+    }
+
+private slots:
+    void init() { SetUp(); }
+    void cleanup() { TearDown(); }
+
+    void saveAsBmpWritesTheFrameOnShow() {
+        OpenAndSelect(Layered);
+        desktop->ColourAnswers = {0x00FF00};
+        form->menu_col_choose_Click(0);
+        form->menu_savebmp->trigger();  // cancelled: nothing
+        QCOMPARE(desktop->DialogsShown.back().DialogTitle, "Save image as...");
+        QCOMPARE(desktop->DialogsShown.back().Filter, "BMP file (*.bmp)|*.bmp|All files (*.*)|*.*");
+
+        const qint64 shown = Picture().cacheKey();
+        SaveAs(form->menu_savebmp, At("frame"));  // used as it comes: no extension added
+        SaveAs(form->menu_savebmp, At("again.bmp"));
+        QCOMPARE(Bitmap(At("frame")).convertToFormat(QImage::Format_RGB888), Picture().convertToFormat(QImage::Format_RGB888));
+        QCOMPARE(ReadFileBytes(At("frame")), ReadFileBytes(At("again.bmp")));
+        QCOMPARE(Picture().cacheKey(), shown);  // the window is not touched
+        QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 1 of 2");
+
+        desktop->ColourAnswers = {0x0000FF};
+        form->menu_col_choose_Click(0);
+        SaveAs(form->menu_savebmp, At("again.bmp"));
+        QVERIFY(ReadFileBytes(At("frame")) != ReadFileBytes(At("again.bmp")));
+
+        form->FrameScroll->setValue(2);
+        SaveAs(form->menu_savebmp, At("second.bmp"));
+        QCOMPARE(Bitmap(At("second.bmp")).size(), QSize(2, 3));
+        QVERIFY(desktop->Boxes.empty());
+    }
+
+    void sequenceOfTwoFramesOnOneCanvas() {
+        OpenAndSelect(Layered);
+        desktop->ColourAnswers = {0x00FF00, 0x123456, 0x654321};
+        for (int index : {0, 1, 2}) form->menu_col_choose_Click(int16_t(index));
+        const qint64 shown = Picture().cacheKey();
+        SaveAs(form->menu_image_savesequence, At("a.b.bmp"));
+
+        QVERIFY(!fs::exists(At("a.b.bmp")) && !fs::exists(At("a.b003.bmp")));
+        const QImage first = Bitmap(At("a.b001.bmp")), second = Bitmap(At("a.b002.bmp"));
+        // Frame 1 spans -1..2 x -1..0 around its hot spot, frame 2 spans 2..3 x -5..-3: 5 x 6 pixels,
+        // with the common origin at (1, 5).
+        QCOMPARE(first.size(), QSize(5, 6));
+        QCOMPARE(second.size(), QSize(5, 6));
+        const QColor mask(0, 255, 0);
+        QCOMPARE(first.pixelColor(1, 4), ColourOf(Palette[7]));
+        QCOMPARE(first.pixelColor(0, 4), mask);                 // transparent
+        QCOMPARE(first.pixelColor(3, 4), QColor(255, 0, 0));    // shadow keeps its decoded red
+        QCOMPARE(first.pixelColor(0, 5), mask);                 // outline (inner) takes the background
+        QCOMPARE(first.pixelColor(1, 5), mask);                 // outline (outer) likewise
+        QCOMPARE(first.pixelColor(2, 5), mask);                 // palette colour 0xFF00FF counts as background
+        QCOMPARE(first.pixelColor(4, 0), mask);                 // outside the frame
+        QCOMPARE(second.pixelColor(3, 0), ColourOf(Palette[9]));
+        QCOMPARE(second.pixelColor(4, 2), QColor(255, 0, 0));   // frame 2's shadow at (1, 2) of its own
+        QCOMPARE(second.pixelColor(0, 5), mask);
+
+        // The end state: the scroll bar at the last frame, the old picture still on show.
+        EndsOrderly();
+        QCOMPARE(form->FrameScroll->value(), 2);
+        QCOMPARE(Picture().cacheKey(), shown);
+        form->menu_image_refresh->trigger();
+        QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 2 of 2");
+        QCOMPARE(Picture().size(), QSize(2, 3));
+    }
+
+    void slxBundleFromTheHiddenItem() {
+        OpenAndSelect(Layered);
+        QVERIFY(!form->menu_image_slx->isVisible());
+        SaveAs(form->menu_image_slx, At("walk.bmp"));
+        QCOMPARE(desktop->DialogsShown.back().DialogTitle, "Save image as...");
+        QCOMPARE(desktop->DialogsShown.back().Filter, "SLX file (*.slx)|*.slx");
+        const Bytes list = ReadFileBytes(At("walk.slx"));
+        QCOMPARE(std::string(list.begin(), list.end()),
+                 "SLX 0.5\r\n2\r\n1,1\r\nwalk1d.bmp\r\nwalk1c.bmp\r\n-2,5\r\nwalk2d.bmp\r\nwalk2c.bmp\r\n");
+        QCOMPARE(Bitmap(At("walk1d.bmp")).pixelColor(3, 1), QColor(255, 255, 255));  // colour, as a layer code
+        QCOMPARE(Bitmap(At("walk2c.bmp")).size(), QSize(2, 3));
+        EndsOrderly();
+
+        // The picture exports offer their own filter again.
+        SaveAs(form->menu_image_savesequence, At("seq.bmp"));
+        QCOMPARE(desktop->DialogsShown.back().Filter, "BMP file (*.bmp)|*.bmp|All files (*.*)|*.*");
+        QVERIFY(desktop->Boxes.empty());
+    }
+
+    void exportsThatFailHalfwayReportAndRecover_data() {
+        QTest::addColumn<QString>("item");
+        QTest::addColumn<QString>("box");
+        QTest::addColumn<bool>("spriteGone");  // the sprite's file is gone, rather than the target's folder
+        QTest::newRow("bmp, no folder") << "menu_savebmp" << "Error exporting graphic!" << false;
+        QTest::newRow("sequence, no folder") << "menu_image_savesequence" << "Error exporting graphic!" << false;
+        QTest::newRow("slx, no folder") << "menu_image_slx" << "Error saving files!" << false;
+        QTest::newRow("bmp, sprite gone") << "menu_savebmp" << "Error exporting graphic!" << true;
+        QTest::newRow("sequence, sprite gone") << "menu_image_savesequence" << "Error exporting graphic!" << true;
+        QTest::newRow("slx, sprite gone") << "menu_image_slx" << "Error saving files!" << true;
+    }
+
+    void exportsThatFailHalfwayReportAndRecover() {
+        QFETCH(QString, item);
+        QFETCH(QString, box);
+        QFETCH(bool, spriteGone);
+        OpenAndSelect(Walker);
+        QAction* chosen = item == "menu_savebmp"              ? form->menu_savebmp
+                          : item == "menu_image_savesequence" ? form->menu_image_savesequence
+                                                              : form->menu_image_slx;
+        if (spriteGone) fs::remove(form->ResDisplayPic->Tag);
+        SaveAs(chosen, spriteGone ? At("out.bmp") : At("no/such/folder/out.bmp"));
+
+        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{box.toStdString(), MessageStyle::Plain, ""}}));
+        if (chosen == form->menu_savebmp) QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 1 of 3");
+        else EndsOrderly();
+        // The window goes on: the next sprite shows and scrolls.
+        form->DRSFilesList->SetListIndex(Layered);
+        form->FrameScroll->setValue(2);
+        QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 2 of 2");
+    }
+
+    void noExportWritesIntoTheArchive() {
+        const Bytes archive = ReadFileBytes(archivePath);
+        OpenAndSelect(Layered);
+        SaveAs(form->menu_savebmp, archivePath);
+        QCOMPARE(desktop->Boxes.back().Text, "Error exporting graphic!");
+        QCOMPARE(ReadFileBytes(archivePath), archive);
+
+        // An archive under the name of a bundle's first picture.
+        fs::copy_file(archivePath, At("tiny1c.bmp"));
+        Open(At("tiny1c.bmp"));
+        form->DRSFilesList->SetListIndex(Layered);
+        SaveAs(form->menu_image_slx, At("tiny"));
+        QCOMPARE(desktop->Boxes.back().Text, "Error saving files!");
+        QCOMPARE(ReadFileBytes(At("tiny1c.bmp")), archive);
+    }
+};
+
+QTEST_MAIN(MainFormExportsTest)
+#include "MainFormExportsQTest.moc"

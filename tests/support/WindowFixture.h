@@ -1,0 +1,147 @@
+#pragma once
+// The window with a small archive of every kind of entry, in a folder of its own, with dialogs and
+// boxes answered by a script. Each window test program sets one up per test function.
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <QColor>
+#include <QMenuBar>
+#include <QTemporaryDir>
+
+#include "RecordingHost.h"
+#include "ScriptedPlatform.h"
+#include "Writers.h"
+#include "archive/UsefulCode.h"
+#include "shell/Controls.h"
+#include "shell/MainForm.h"
+
+namespace fixtures {
+
+// Rows of the test archive, by list index.
+enum Row { SlpHeading, Walker, Flag, Broken, Layered, WavHeading, Tone, BinHeading, Text, Pal, Empty, XyzHeading, Odd };
+
+// A sprite of one colour-7 line along the bottom of each frame, at the given sizes.
+inline Bytes SpriteOf(std::vector<std::pair<int32_t, int32_t>> sizes) {
+    std::vector<FrameFixture> frames;
+    for (auto [width, height] : sizes) {
+        Art art(width, height);
+        for (int32_t x = 0; x < width; ++x) art.At(x, height - 1) = {Layer::Colour, 7};
+        frames.push_back(EncodeFrame(art));
+    }
+    return WriteSprite(frames);
+}
+
+// Two frames with a pixel of every layer; the second is taller, with its hot spot outside it.
+//   frame 1 (4 x 2, hot spot 1,1):  transparent  colour 7   player 1      shadow
+//                                   outline in   outline out colour 252   colour 7
+inline Art LayeredArt() {
+    Art art(4, 2);
+    art.At(1, 0) = {Layer::Colour, 7};
+    art.At(2, 0) = {Layer::Player, 1};
+    art.At(3, 0) = {Layer::Shadow, 0};
+    art.At(0, 1) = {Layer::OutlineInner, 0};
+    art.At(1, 1) = {Layer::OutlineOuter, 0};
+    art.At(2, 1) = {Layer::Colour, 252};  // 0xFF00FF in the default palette
+    art.At(3, 1) = {Layer::Colour, 7};
+    return art;
+}
+
+inline Bytes LayeredSprite() {
+    Art second(2, 3);
+    second.At(0, 0) = {Layer::Colour, 9};
+    second.At(1, 2) = {Layer::Shadow, 0};
+    return WriteSprite({EncodeFrame(LayeredArt(), 1, 1), EncodeFrame(second, -2, 5)});
+}
+
+// A colour value (red in the low byte) as Qt gives a pixel back.
+inline QColor ColourOf(uint32_t value) { return QColor(int(value & 0xFF), int(value >> 8 & 0xFF), int(value >> 16 & 0xFF)); }
+
+inline std::string Str(const QString& text) { return text.toStdString(); }
+
+inline std::vector<std::string> VisibleMenuBar(MainForm& form) {
+    std::vector<std::string> captions;
+    for (QAction* action : form.menuBar()->actions())
+        if (action->isVisible()) captions.push_back(Str(action->text()));
+    return captions;
+}
+
+struct WindowFixture {
+    std::unique_ptr<QTemporaryDir> dir;
+    std::unique_ptr<ScriptedPlatform> desktop;
+    std::unique_ptr<MainForm> form;
+    std::string archivePath;
+    Bytes textEntry = {'a', '{', 'b', '}', '\\', 'c', '\r', '\n', 'z'};
+    Bytes tone = WriteWavTone(8000, 0.05, 440);
+    Bytes walker = SpriteOf({{4, 3}, {9, 5}, {2, 2}});
+    Bytes flag = SpriteOf({{6, 6}});
+    Bytes layered = LayeredSprite();
+    Bytes odd = {1, 2, 3};
+    Bytes broken = Bytes(walker.begin(), walker.begin() + 40);  // cut inside its frame table
+    Bytes pal;
+
+    // A fresh folder, "temp" pointing into it, no registry, the archive written and the window shown.
+    void SetUp() {
+        dir = std::make_unique<QTemporaryDir>();
+        qputenv("temp", QByteArray::fromStdString(At("tmp")));
+        qputenv("WINEPREFIX", QByteArray::fromStdString(At("no-prefix")));
+        archivePath = At("tiny.drs");
+        const std::string palText = WriteJascPal(std::vector<uint32_t>(256, 0x102030));
+        pal.assign(palText.begin(), palText.end());
+        WriteFileBytes(archivePath,
+                       WriteArchive({Flavour::Year2001,
+                                     {{StoredTag("slp"), {{1000, walker}, {1001, flag}, {1002, broken}, {1003, layered}}},
+                                      {StoredTag("wav"), {{5000, tone}}},
+                                      {StoredTag("bin"), {{7, textEntry}, {8, pal}, {9, {}}}},
+                                      {StoredTag("xyz"), {{9000, odd}}}}}));
+        desktop = std::make_unique<ScriptedPlatform>();
+        form = std::make_unique<MainForm>(desktop->Services());
+        form->show();
+    }
+
+    void TearDown() {
+        form.reset();
+        desktop.reset();
+        dir.reset();
+    }
+
+    Bytes EntryBytes(int row) const {
+        switch (row) {
+        case Walker: return walker;
+        case Flag: return flag;
+        case Broken: return broken;
+        case Layered: return layered;
+        case Tone: return tone;
+        case Text: return textEntry;
+        case Pal: return pal;
+        case Odd: return odd;
+        default: return {};
+        }
+    }
+
+    std::string At(const char* name) const { return dir->filePath(name).toStdString(); }
+    std::string At(const std::string& name) const { return At(name.c_str()); }
+
+    // File > Open..., answered with path.
+    void Open(const std::string& path) {
+        desktop->FileAnswers.push_back(path);
+        form->menu_file_open_Click();
+    }
+
+    void OpenAndSelect(int row) {
+        Open(archivePath);
+        form->DRSFilesList->SetListIndex(row);
+    }
+
+    std::vector<std::string> TempCopies() const {
+        std::vector<std::string> names;
+        for (const auto& file : std::filesystem::directory_iterator(TempFolder)) names.push_back(file.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+};
+
+}  // namespace fixtures
