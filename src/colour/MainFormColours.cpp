@@ -91,22 +91,12 @@ void MainForm::menu_col_player_item_Click(int16_t Index) {
 }
 
 // The Layers items keep only their check marks; every layer is always drawn.
-void MainForm::menu_layers_colours_Click() {
-    menu_layers_colours->setChecked(!menu_layers_colours->isChecked());
+void MainForm::ToggleLayerItem(QAction* item) {
+    item->setChecked(!item->isChecked());
     RefreshImage(false);
 }
 
-void MainForm::menu_layers_shadow_Click() {
-    menu_layers_shadow->setChecked(!menu_layers_shadow->isChecked());
-    RefreshImage(false);
-}
-
-void MainForm::menu_layers_selection_Click() {
-    menu_layers_selection->setChecked(!menu_layers_selection->isChecked());
-    RefreshImage(false);
-}
-
-void MainForm::menu_layers_outline_Click() {
-    menu_layers_outline->setChecked(!menu_layers_outline->isChecked());
-    RefreshImage(false);
-}
+void MainForm::menu_layers_colours_Click() { ToggleLayerItem(menu_layers_colours); }
+void MainForm::menu_layers_shadow_Click() { ToggleLayerItem(menu_layers_shadow); }
+void MainForm::menu_layers_selection_Click() { ToggleLayerItem(menu_layers_selection); }
+void MainForm::menu_layers_outline_Click() { ToggleLayerItem(menu_layers_outline); }

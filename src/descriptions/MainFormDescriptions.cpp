@@ -4,6 +4,8 @@
 // The Enabled state of the four controls is what keeps a load-back from storing: filling them raises
 // their events, which return at once while the controls are disabled.
 
+#include <algorithm>
+
 #include <QAction>
 #include <QComboBox>
 #include <QLineEdit>

@@ -189,6 +189,7 @@ private:
     void ShowPreviewText(int32_t id, const std::string& path);
     bool AskImageFileName(const char* filter);  // ComDlg's save form; false when there is no name to save to
     void LoadDescriptionControls(const ResourceDescription& description);
+    void ToggleLayerItem(QAction* item);
 
     Platform platform_;
     QWidget* client_;  // the client area: every control stands on it
