@@ -168,9 +168,6 @@ public:
     // "Extract all files..." is enabled and disabled while it stays hidden.
     static void SetEnabled(QAction* item, bool enabled);
     static bool IsEnabled(const QAction* item);
-    // Connects a checkable item to its handler, which alone sets the check mark: Qt's own turn of the
-    // mark on a click is undone first, so a handler works the same from a click and from a call.
-    void OnCheckItemClick(QAction* item, std::function<void()> handler);
 
     AboutForm* About() const { return aboutForm_; }  // null until About is first chosen
 
@@ -190,6 +187,9 @@ private:
     bool AskImageFileName(const char* filter);  // ComDlg's save form; false when there is no name to save to
     void LoadDescriptionControls(const ResourceDescription& description);
     void ToggleLayerItem(QAction* item);
+    // Connects a checkable item to its handler, which alone sets the check mark: Qt's own turn of the
+    // mark on a click is undone first, so a handler works the same from a click and from a call.
+    void OnCheckItemClick(QAction* item, std::function<void()> handler);
 
     Platform platform_;
     QWidget* client_;  // the client area: every control stands on it
