@@ -12,17 +12,11 @@
 
 namespace {
 
-// The pixels of a sequence's canvas, measured from the hot spots as the export measures them.
+// The pixels of a sequence's canvas; more than any surface holds when either side alone is too long.
 int64_t CanvasPixels(const std::vector<SLPFrameInfo>& frames) {
-    int64_t minX = 10000, minY = 10000, maxX = -10000, maxY = -100000;
-    for (const SLPFrameInfo& frame : frames) {
-        minX = std::min(minX, -int64_t{frame.HotspotX});
-        minY = std::min(minY, -int64_t{frame.HotspotY});
-        maxX = std::max(maxX, int64_t{frame.Width} - frame.HotspotX - 1);
-        maxY = std::max(maxY, int64_t{frame.Height} - frame.HotspotY - 1);
-    }
-    const int64_t width = std::max<int64_t>(maxX - minX + 1, 0), height = std::max<int64_t>(maxY - minY + 1, 0);
-    if (width > MaxSurfacePixels || height > MaxSurfacePixels) return INT64_MAX;  // refused, whatever the product
+    const CanvasBounds bounds = MeasureCanvas(frames);
+    const int64_t width = std::max<int64_t>(bounds.Width(), 0), height = std::max<int64_t>(bounds.Height(), 0);
+    if (width > MaxSurfacePixels || height > MaxSurfacePixels) return INT64_MAX;
     return width * height;
 }
 

@@ -60,12 +60,12 @@ void MainForm::menu_pal_select_Click() {
 
 void MainForm::menu_extract_pal_Click() {
     SetStatusText("Saving palette...");
-    const int index = DRSFilesList->ListIndex();
-    if (index < 0 || static_cast<size_t>(index) >= DRSCatalogue.size()) {
+    const CatalogueRow* selected = SelectedRow();
+    if (!selected) {
         ShowMessage("Error saving palette data!", MessageStyle::Plain);
         return;
     }
-    const CatalogueRow row = DRSCatalogue[static_cast<size_t>(index)];
+    const CatalogueRow row = *selected;
     // A copy that failed has shown its own box; "now available" would not be true.
     if (!ReadResourceData(DRSFileNumber, TempFolder + std::to_string(row.ID) + ".pal", row, *this)) return;
     ShowMessage("Palette now available in image viewer", MessageStyle::Plain);

@@ -33,20 +33,18 @@ void MainForm::LoadDescriptionControls(const ResourceDescription& description) {
 
 void MainForm::RenameLists_Click(int16_t Index) {
     if (Index < 0 || static_cast<size_t>(Index) >= RenameLists.size() || !RenameLists[static_cast<size_t>(Index)]->isEnabled()) return;
-    const int row = DRSFilesList->ListIndex();
-    if (row < 0 || static_cast<size_t>(row) >= DRSCatalogue.size()) return;  // no row to describe
-    ResourceDescription& description = DRSCatalogue[static_cast<size_t>(row)].Description;
-    description.Choices[static_cast<size_t>(Index)] = std::max(RenameLists[static_cast<size_t>(Index)]->currentIndex(), 0);
-    DRSFilesList->SetList(row, BuildRowText(description));
+    CatalogueRow* row = SelectedRow();
+    if (!row) return;  // no row to describe
+    row->Description.Choices[static_cast<size_t>(Index)] = std::max(RenameLists[static_cast<size_t>(Index)]->currentIndex(), 0);
+    DRSFilesList->SetList(DRSFilesList->ListIndex(), BuildRowText(row->Description));
 }
 
 void MainForm::RenameTextBox_Change() {
     if (!RenameTextBox->isEnabled()) return;
-    const int row = DRSFilesList->ListIndex();
-    if (row < 0 || static_cast<size_t>(row) >= DRSCatalogue.size()) return;
-    ResourceDescription& description = DRSCatalogue[static_cast<size_t>(row)].Description;
-    description.Text = RenameTextBox->text().toStdString();
-    DRSFilesList->SetList(row, BuildRowText(description));
+    CatalogueRow* row = SelectedRow();
+    if (!row) return;
+    row->Description.Text = RenameTextBox->text().toStdString();
+    DRSFilesList->SetList(DRSFilesList->ListIndex(), BuildRowText(row->Description));
 }
 
 void MainForm::menu_descr_edit_Click() {

@@ -67,25 +67,6 @@ private:
     std::string unfinished_;
 };
 
-// The common canvas of a sequence: every frame's pixels relative to its hot spot, from (MinX, MinY)
-// to (MaxX, MaxY). The odd start values are the ones the sequence files have always been made with.
-struct CanvasBounds {
-    int64_t MinX = 10000, MinY = 10000, MaxX = -10000, MaxY = -100000;
-    int64_t Width() const { return MaxX - MinX + 1; }
-    int64_t Height() const { return MaxY - MinY + 1; }
-};
-
-CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames) {
-    CanvasBounds bounds;
-    for (const SLPFrameInfo& frame : frames) {
-        bounds.MinX = std::min(bounds.MinX, -int64_t{frame.HotspotX});
-        bounds.MinY = std::min(bounds.MinY, -int64_t{frame.HotspotY});
-        bounds.MaxX = std::max(bounds.MaxX, int64_t{frame.Width} - frame.HotspotX - 1);
-        bounds.MaxY = std::max(bounds.MaxY, int64_t{frame.Height} - frame.HotspotY - 1);
-    }
-    return bounds;
-}
-
 // Draws one frame on the canvas: its decoded image with the hot spot at the canvas's origin, its
 // transparent pixels (by colour, 0xFF00FF) in MaskColour, and MaskColour wherever the frame is not.
 // Each canvas pixel is written once: `background` is one canvas row of MaskColour to copy from.
@@ -115,6 +96,17 @@ void DrawFrameOnCanvas(const cDIBSection& image, const SLPFrameInfo& frame, cons
 }
 
 }  // namespace
+
+CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames) {
+    CanvasBounds bounds;
+    for (const SLPFrameInfo& frame : frames) {
+        bounds.MinX = std::min(bounds.MinX, -int64_t{frame.HotspotX});
+        bounds.MinY = std::min(bounds.MinY, -int64_t{frame.HotspotY});
+        bounds.MaxX = std::max(bounds.MaxX, int64_t{frame.Width} - frame.HotspotX - 1);
+        bounds.MaxY = std::max(bounds.MaxY, int64_t{frame.Height} - frame.HotspotY - 1);
+    }
+    return bounds;
+}
 
 Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, Host& host) {
     SpriteExport sprite(host);

@@ -1,10 +1,23 @@
 #pragma once
 // The two exports of a whole sprite: a numbered BMP sequence on one canvas, and the SLX bundle.
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "shell/Host.h"
 #include "shell/Outcome.h"
+#include "slp/SLPCodeNew.h"
+
+// The common canvas of a sequence: every frame's pixels relative to its hot spot, from (MinX, MinY)
+// to (MaxX, MaxY). The odd start values are the ones the sequence files have always been made with.
+struct CanvasBounds {
+    int64_t MinX = 10000, MinY = 10000, MaxX = -10000, MaxY = -100000;
+    int64_t Width() const { return MaxX - MinX + 1; }
+    int64_t Height() const { return MaxY - MinY + 1; }
+};
+
+CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames);
 
 // Writes every frame as BasePath + "001.bmp", ... on one canvas, hot spots on the same pixel, with
 // MaskColour for the background. Leaves the gate of FrameScroll "on" however it ends.

@@ -479,10 +479,17 @@ void MainForm::CloseArchive() {
 
 // --- Selection --------------------------------------------------------------------------------------
 
-void MainForm::DRSFilesList_Click() {
+CatalogueRow* MainForm::SelectedRow() {
     const int index = DRSFilesList->ListIndex();
-    if (index < 0 || static_cast<size_t>(index) >= DRSCatalogue.size()) return;
-    const CatalogueRow& row = DRSCatalogue[static_cast<size_t>(index)];
+    if (index < 0 || static_cast<size_t>(index) >= DRSCatalogue.size()) return nullptr;
+    return &DRSCatalogue[static_cast<size_t>(index)];
+}
+
+void MainForm::DRSFilesList_Click() {
+    const CatalogueRow* selected = SelectedRow();
+    if (!selected) return;
+    const CatalogueRow& row = *selected;
+    const int index = DRSFilesList->ListIndex();
     LoadDescriptionControls(row.Description);
 
     // Every selection copies its entry anew, heading rows too; a failed copy has told the user itself.
@@ -549,15 +556,15 @@ void MainForm::ShowPreviewText(int32_t id, const std::string& path) {
 // --- Extract menu -----------------------------------------------------------------------------------
 
 void MainForm::menu_extract_file_Click() {
-    const int index = DRSFilesList->ListIndex();
-    if (index < 0 || static_cast<size_t>(index) >= DRSCatalogue.size()) return;
-    const CatalogueRow row = DRSCatalogue[static_cast<size_t>(index)];
+    const CatalogueRow* selected = SelectedRow();
+    if (!selected) return;
+    const CatalogueRow row = *selected;
 
     SetStatusText("Saving file...");
     MainComDlg.DialogTitle = "Select filename to save resource as";
     MainComDlg.Filter = "BIN file (*.bin)|*.bin|WAV file (*.wav)|*.wav|SLP file (*.slp)|*.slp|All files (*.*)|*.*";
     const std::string id = std::to_string(row.ID);
-    switch (DRSFilesList->ItemData(index)) {
+    switch (DRSFilesList->ItemData(DRSFilesList->ListIndex())) {
     case KindBIN: MainComDlg.FilterIndex = 1; MainComDlg.FileName = id + ".bin"; break;
     case KindWAV: MainComDlg.FilterIndex = 2; MainComDlg.FileName = id + ".wav"; break;
     case KindSLP: MainComDlg.FilterIndex = 3; MainComDlg.FileName = id + ".slp"; break;

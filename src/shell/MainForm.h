@@ -184,6 +184,7 @@ private:
     void RefreshImage(bool Force);
     void CloseArchive();
     void ShowPreviewText(int32_t id, const std::string& path);
+    CatalogueRow* SelectedRow();  // the catalogue row of the list's selection; null when none is selected
     bool AskImageFileName(const char* filter);  // ComDlg's save form; false when there is no name to save to
     void LoadDescriptionControls(const ResourceDescription& description);
     void ToggleLayerItem(QAction* item);
