@@ -13,7 +13,17 @@ Outcome ShowImage(const std::string& Path, int16_t Frame, bool Saving, const std
     SLPFile file;
     SLPHeader header;
     std::vector<SLPFrameInfo> frames;
-    if (Outcome read = ReadSLPHeaders(Path, file, header, frames); !read) return fail(read.Detail);
+    if (Outcome read = ReadSLPHeaders(Path, file, header, frames); !read) {
+        // A refused file is on show all the same: redraws and exports now find it and fail, rather than
+        // work on the sprite before it, and the scroll bar offers no frames of that one.
+        if (!Saving) {
+            host.SetPictureSource(Path);
+            host.SetFrameScrollGate(false);
+            host.SetFrameScrollMax(1);
+            host.SetFrameScrollValue(1);
+        }
+        return fail(read.Detail);
+    }
     if (Frame < 1 || Frame > header.NumFrames) {
         return fail("frame " + std::to_string(Frame) + " is not in " + Path);
     }

@@ -68,4 +68,18 @@ TEST_F(ShowImageTest, SavingWritesTheRecolouredFrameAndLeavesTheWindowAlone) {
     EXPECT_FALSE(ShowImage(dir_ / "missing.slp", 1, false, "", host));  // nor can the window show what isn't there
 }
 
+TEST_F(ShowImageTest, ARefusedSpriteIsTheOneOnShowWithNoFramesOfTheOneBefore) {
+    Bytes noFrames = ReadFileBytes(path_);
+    PutI32(noFrames, 4, 0);
+    const Bytes cut(noFrames.begin(), noFrames.begin() + 20);
+    for (const Bytes& refused : {noFrames, cut}) {
+        DecodeProbe host;
+        ASSERT_TRUE(ShowImage(path_, 3, false, "", host));
+        WriteFileBytes(dir_ / "refused.slp", refused);
+        EXPECT_FALSE(ShowImage(dir_ / "refused.slp", 1, false, "", host));
+        EXPECT_EQ(std::tuple(host.PictureSource, host.ScrollMax, host.ScrollValue, host.GateOn, host.Busy, host.Paints),
+                  std::tuple(dir_ / "refused.slp", int16_t{1}, int16_t{1}, false, false, 1));
+    }
+}
+
 }  // namespace
