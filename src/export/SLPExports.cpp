@@ -12,9 +12,9 @@
 namespace {
 
 // What both exports share: the sprite read once and held for the whole export, the two surfaces that
-// the decoder creates anew for each frame, the progress shown, and the rule for files that fail.
-// While an export runs, FrameScroll's changes must not redraw; afterwards they must again, however
-// the export ended, and the status labels are cleared.
+// the decoder creates anew for each frame, the progress shown, and the rules for damage and for files
+// that fail. While an export runs, FrameScroll's changes must not redraw; afterwards they must again,
+// however the export ended, and the status labels are cleared.
 class SpriteExport {
 public:
     explicit SpriteExport(Host& host) : host_(host) { host_.SetFrameScrollGate(false); }
@@ -32,13 +32,14 @@ public:
     const SLPFrameInfo& Frame(int32_t number) const { return frames_[static_cast<size_t>(number - 1)]; }
 
     // Shows that frame `number` is being saved and decodes it into Image and Mask, in the decoded colours.
-    Outcome Decode(int32_t number) {
+    // A damaged frame is decoded as far as it goes and exported like the others; the damage is noted
+    // for the end of the export, so that the files written stay a whole set.
+    void Decode(int32_t number) {
         host_.SetPictureStatusText("Saving frame " + std::to_string(number) + " of " + std::to_string(FrameCount()));
         host_.SetFrameScrollValue(static_cast<int16_t>(number));
         if (number % 5 == 0) host_.RepaintMainForm();
         const DecodeResult decoded = DecodeSLPFrame(file_, Frame(number), Image, Mask, false, host_);
-        if (decoded.Code == DecodeDamaged) return Outcome::Failure("frame " + std::to_string(number) + ": " + decoded.Detail);
-        return Outcome::Success();
+        if (decoded.Code == DecodeDamaged && damage_.empty()) damage_ = "frame " + std::to_string(number) + ": " + decoded.Detail;
     }
 
     // A file that cannot be created ends the export; one that cannot be written to its end is noted,
@@ -52,7 +53,9 @@ public:
         return Outcome::Success();
     }
 
+    // Success only when every frame decoded whole and every file was written to its end.
     Outcome Result() const {
+        if (!damage_.empty()) return Outcome::Failure(damage_);
         return unfinished_.empty() ? Outcome::Success() : Outcome::Failure("could not write all of " + unfinished_);
     }
 
@@ -65,6 +68,7 @@ private:
     SLPHeader header_;
     std::vector<SLPFrameInfo> frames_;
     std::string unfinished_;
+    std::string damage_;  // what was wrong with the first damaged frame
 };
 
 // Draws one frame on the canvas: its decoded image with the hot spot at the canvas's origin, its
@@ -125,7 +129,7 @@ Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, 
     FillPixels(background.data(), static_cast<size_t>(canvas.Width()), MaskColour);
 
     for (int32_t i = 1; i <= sprite.FrameCount(); ++i) {
-        if (Outcome decoded = sprite.Decode(i); !decoded) return decoded;
+        sprite.Decode(i);
         DrawFrameOnCanvas(sprite.Image, sprite.Frame(i), bounds, background, canvas);
         if (Outcome saved = sprite.Save(canvas, BasePath + PadFrameNumber(i) + ".bmp"); !saved) return saved;
     }
@@ -139,30 +143,29 @@ Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host&
     const std::string listPath = BasePath + ".slx";
     std::FILE* list = IsHeldOpenForReading(listPath) ? nullptr : std::fopen(listPath.c_str(), "wb");
     if (!list) return Outcome::Failure("cannot create " + listPath);
-    // The lines are gathered and written when the export ends, however it ends.
-    std::string text;
-    auto writeLine = [&text](const std::string& line) { text += line + "\r\n"; };
+    // The frames' lines are gathered, and the text is written when the export ends, however it ends.
+    // It counts only the frames it lists, and lists a frame once both its bitmaps exist.
+    std::string frameLines;
+    int32_t listed = 0;
     auto finish = [&](Outcome outcome) {
+        const std::string text = "SLX 0.5\r\n" + std::to_string(listed) + "\r\n" + frameLines;
         const bool written = std::fwrite(text.data(), 1, text.size(), list) == text.size();
         const bool closed = std::fclose(list) == 0;
         if (outcome && (!written || !closed)) return Outcome::Failure("cannot write " + listPath);
         return outcome;
     };
 
-    writeLine("SLX 0.5");
-    writeLine(std::to_string(sprite.FrameCount()));
     host.SetStatusText("Exporting all frames...");
-
     for (int32_t i = 1; i <= sprite.FrameCount(); ++i) {
         const SLPFrameInfo& frame = sprite.Frame(i);
-        writeLine(std::to_string(frame.HotspotX) + "," + std::to_string(frame.HotspotY));
-        if (Outcome decoded = sprite.Decode(i); !decoded) return finish(decoded);
+        sprite.Decode(i);
         const std::string colourName = BasePath + std::to_string(i) + "c.bmp";
         const std::string maskName = BasePath + std::to_string(i) + "d.bmp";
         if (Outcome saved = sprite.Save(sprite.Image, colourName); !saved) return finish(saved);
         if (Outcome saved = sprite.Save(sprite.Mask, maskName); !saved) return finish(saved);
-        writeLine(FileOfPath(maskName));
-        writeLine(FileOfPath(colourName));
+        frameLines += std::to_string(frame.HotspotX) + "," + std::to_string(frame.HotspotY) + "\r\n" +
+                      FileOfPath(maskName) + "\r\n" + FileOfPath(colourName) + "\r\n";
+        ++listed;
     }
     return finish(sprite.Result());
 }

@@ -45,10 +45,10 @@ Outcome ShowImage(const std::string& Path, int16_t Frame, bool Saving, const std
     const std::string damage = decoded.Code == DecodeDamaged ? "frame " + std::to_string(Frame) + ": " + decoded.Detail : "";
 
     if (Saving) {
-        if (!damage.empty()) return fail(damage);
+        // A damaged frame is saved as far as it decoded; the caller still learns of the damage.
         const SavePictureResult saved = image.SavePicture(OutPath);
         if (!saved.Written) return fail(saved.ErrorDescription);
-        return Outcome::Success();
+        return damage.empty() ? Outcome::Success() : Outcome::Failure(damage);
     }
 
     host.PaintPicture(image);

@@ -223,21 +223,21 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
     const int32_t height = frame.Height;
     const size_t size = file.Bytes.size();
     // Sizes and tables are checked before anything is allocated: a header's claim is not a fact.
+    // A frame too large to draw leaves two empty surfaces, 0 x 0, which save as pictures of nothing.
     if (width < 0 || width > MaxFrameWidth || height > MaxFrameRows ||
         int64_t{width} * std::max(height, 0) > MaxSurfacePixels) {
-        image.ClearUp();
-        mask.ClearUp();
+        image.Create(0, 0);
+        mask.Create(0, 0);
         return {DecodeDamaged, "a frame of " + std::to_string(width) + " x " + std::to_string(height) +
                                    " pixels is larger than Brindle draws"};
-    }
-    if (height > 0 && !Inside(frame.OutlineTableOffset, int64_t{height} * 4, size)) {
-        image.ClearUp();
-        mask.ClearUp();
-        return {DecodeDamaged, "the outline table lies outside the file"};
     }
     image.Create(width, height);
     mask.Create(width, height);
     if (height < 1 || width == 0) return {};
+    // From here on, damage leaves the rows decoded so far complete and the rest black.
+    if (!Inside(frame.OutlineTableOffset, int64_t{height} * 4, size)) {
+        return {DecodeDamaged, "the outline table lies outside the file"};
+    }
 
     const uint8_t* bytes = file.Bytes.data();
     const MemoryPalette palette = MemoryOrderPalette();

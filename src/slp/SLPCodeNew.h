@@ -76,7 +76,9 @@ struct [[nodiscard]] DecodeResult {
 
 // Decodes one frame into image (colours) and mask (layer codes), both created at the frame's size.
 // With allowEscape the host's ESC key is asked at the start of every row. The image surface gets the
-// palette's colours for colour and player pixels, and `colours` for the other layers.
+// palette's colours for colour and player pixels, and `colours` for the other layers. When ESC or
+// damage ends the decode, the rows before are complete and the rest stay black (0); a frame larger
+// than the limits leaves both surfaces empty.
 DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIBSection& image, cDIBSection& mask,
                             bool allowEscape, Host& host, const LayerColours& colours = DecodedColours);
 

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <functional>
+
 #include "RecordingHost.h"
 #include "Writers.h"
 #include "colour/Colours.h"
@@ -91,6 +94,63 @@ TEST_F(ExportTest, SLXListsTheFramesAndKeepsBothSurfacesAsDecoded) {
     EXPECT_EQ(ReadFileBytes(dir_ / "walk1c.bmp"), BitmapOf(6, ExpectedImage(first, Palette)));
     EXPECT_EQ(ReadFileBytes(dir_ / "walk1d.bmp"), BitmapOf(6, ExpectedMask(first)));
     EXPECT_EQ(ReadFileBytes(dir_ / "walk10d.bmp"), BitmapOf(1, {0xFF00FF}));
+}
+
+// A frame damaged halfway is written as far as it decodes, the rows behind the damage black, and the
+// export goes on to the end before it reports. The files agree: the bundle lists every frame it
+// counts, and every bitmap it names exists.
+TEST_F(ExportTest, ADamagedFrameIsWrittenAsFarAsItGoesAndTheExportGoesOn) {
+    Art plain(2, 2);
+    for (ArtPixel& pixel : plain.Pixels) pixel = {Layer::Colour, 5};
+    SpriteLayout at;
+    const Bytes good = WriteSprite({EncodeFrame(plain), EncodeFrame(plain), EncodeFrame(plain)}, "2.0N", "", &at);
+    const auto row2 = size_t(at.RowStreamAt[1][1]);
+    constexpr size_t Frame2 = 64;  // frame 2's record
+    const uint32_t P = Palette[5], C = LayerColour;
+    cDIBSection nothing;
+    nothing.Create(0, 0);
+    // Image and Mask: frame 2 of the bundle; Canvas: frame 2 of the sequence.
+    const struct { const char* Name; std::function<void(Bytes&)> Damage; Bytes Image, Mask, Canvas; } cases[] = {
+        {"row 2 damaged", [&](Bytes& b) { b[row2] = 0x1A, b[row2 + 1] = 240; }, BitmapOf(2, {P, P, 0, 0}),
+         BitmapOf(2, {C, C, 0, 0}), BitmapOf(2, {P, P, 0, 0})},
+        {"outline table outside the file", [&](Bytes& b) { PutI32(b, Frame2 + 4, INT32_MAX); }, BitmapOf(2, {0, 0, 0, 0}),
+         BitmapOf(2, {0, 0, 0, 0}), BitmapOf(2, {0, 0, 0, 0})},
+        {"taller than Brindle draws", [&](Bytes& b) { PutI32(b, Frame2 + 20, MaxFrameRows + 1); }, nothing.EncodeBitmap(),
+         nothing.EncodeBitmap(), BitmapOf(2, std::vector<uint32_t>(2 * (MaxFrameRows + 1), M))},
+    };
+    const std::string list = "SLX 0.5\r\n3\r\n0,0\r\nwalk1d.bmp\r\nwalk1c.bmp\r\n0,0\r\nwalk2d.bmp\r\nwalk2c.bmp\r\n"
+                             "0,0\r\nwalk3d.bmp\r\nwalk3c.bmp\r\n";
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Name);
+        const TempDir out;  // no file of an earlier case counts
+        Bytes bytes = good;
+        c.Damage(bytes);
+        const std::string slp = out / "damaged.slp";
+        WriteFileBytes(slp, bytes);
+        RecordingHost host;
+        const Outcome bundle = ExportSLX(slp, out / "walk", host);
+        EXPECT_FALSE(bundle);
+        EXPECT_NE(bundle.Detail.find("frame 2"), std::string::npos) << bundle.Detail;
+        EXPECT_EQ(ReadFileBytes(out / "walk.slx"), Bytes(list.begin(), list.end()));
+        EXPECT_EQ(ReadFileBytes(out / "walk2c.bmp"), c.Image);
+        EXPECT_EQ(ReadFileBytes(out / "walk2d.bmp"), c.Mask);
+        EXPECT_EQ(ReadFileBytes(out / "walk3c.bmp"), BitmapOf(2, {P, P, P, P}));
+
+        EXPECT_FALSE(ExportSequence(slp, out / "seq", host));
+        EXPECT_EQ(ReadFileBytes(out / "seq002.bmp"), c.Canvas);
+        EXPECT_EQ(ReadFileBytes(out / "seq003.bmp"), ReadFileBytes(out / "seq001.bmp"));
+        EXPECT_TRUE(host.GateOn);
+    }
+}
+
+// A bitmap that can't be created ends a bundle; its text then counts and lists only the frames written.
+TEST_F(ExportTest, ABundleCutShortListsTheFramesItHas) {
+    const std::string slp = Sprite(std::vector<FrameFixture>(3, EncodeFrame(Art(1, 1))));
+    std::filesystem::create_directory(dir_ / "walk2d.bmp");  // in the way of frame 2's mask
+    RecordingHost host;
+    EXPECT_FALSE(ExportSLX(slp, dir_ / "walk", host));
+    const std::string list = "SLX 0.5\r\n1\r\n0,0\r\nwalk1d.bmp\r\nwalk1c.bmp\r\n";
+    EXPECT_EQ(ReadFileBytes(dir_ / "walk.slx"), Bytes(list.begin(), list.end()));
 }
 
 }  // namespace

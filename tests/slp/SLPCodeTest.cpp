@@ -29,7 +29,7 @@ struct ShowImageTest : testing::Test {
         Art two(6, 2);
         two.Pixels = {{Layer::Colour, 5}, {Layer::Player, 3}, {Layer::Shadow, 0}, {Layer::OutlineInner, 0},
                       {Layer::OutlineOuter, 0}, {}, {Layer::Colour, 252}, {}, {}, {}, {}, {}};
-        WriteFileBytes(path_, WriteSprite({EncodeFrame(Art(1, 1)), EncodeFrame(two), EncodeFrame(Art(4, 3))}));
+        WriteFileBytes(path_, WriteSprite({EncodeFrame(Art(1, 1)), EncodeFrame(two), EncodeFrame(Art(4, 3))}, "2.0N", "", &layout_));
     }
     // Frame 2 recoloured, as a BMP file; the rows behind those kept stay black, for 0 is no layer.
     static Bytes Recoloured(size_t rowsKept = 2) {
@@ -40,6 +40,7 @@ struct ShowImageTest : testing::Test {
     }
     TempDir dir_;
     std::string path_ = dir_ / "sprite.slp";
+    SpriteLayout layout_;
 };
 
 TEST_F(ShowImageTest, ShowsTheFrameRecolouredOnTheWindowAsFarAsEscape) {
@@ -66,6 +67,14 @@ TEST_F(ShowImageTest, SavingWritesTheRecolouredFrameAndLeavesTheWindowAlone) {
     EXPECT_EQ(std::tuple(host.BusyInDecode, host.Paints, host.PictureSource, host.PictureWidth),
               std::tuple(false, 0, "", 0));
     EXPECT_FALSE(ShowImage(dir_ / "missing.slp", 1, false, "", host));  // nor can the window show what isn't there
+
+    // A frame damaged in its second row is saved as far as it decodes, and the save reports the damage.
+    Bytes damaged = ReadFileBytes(path_);
+    const auto row2 = size_t(layout_.RowStreamAt[1][1]);
+    damaged[row2] = 0x1A, damaged[row2 + 1] = 240;
+    WriteFileBytes(path_, damaged);
+    EXPECT_FALSE(ShowImage(path_, 2, true, dir_ / "damaged.bmp", host));
+    EXPECT_EQ(ReadFileBytes(dir_ / "damaged.bmp"), Recoloured(1));
 }
 
 TEST_F(ShowImageTest, ARefusedSpriteIsTheOneOnShowWithNoFramesOfTheOneBefore) {
