@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <limits>
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -241,6 +242,7 @@ void MainForm::CreateControls() {
     SetColours(RenameTextBox, QPalette::Base, Qt::black, QPalette::Text, Qt::white);
     PlaceInTwips(RenameTextBox, {120, 1080, 2775, 270});
     RenameTextBox->hide();
+    RenameTextBox->setMaxLength(std::numeric_limits<int>::max());  // a description has no length limit
     // "@" divides the fields of a description file, so a text can't carry one.
     RenameTextBox->setValidator(new QRegularExpressionValidator(QRegularExpression(QStringLiteral("[^@]*")), RenameTextBox));
     connect(RenameTextBox, &QLineEdit::textChanged, this, &MainForm::RenameTextBox_Change);

@@ -148,6 +148,19 @@ private slots:
         QVERIFY(form->DRSFilesList->isVisible());
     }
 
+    void aLongTextShowsWholeAndIsStoredBackWhole() {
+        const std::string text(40000, 'w');  // longer than a text box takes by default
+        WriteFileText(At("long.dsc"), "1001@0@0@0@" + text + "\r\n");
+        Open(archivePath);
+        desktop->FileAnswers = {At("long.dsc")};
+        form->menu_descr_load_Click();
+        form->DRSFilesList->SetListIndex(Flag);
+        QCOMPARE(form->RenameTextBox->text().size(), qsizetype(text.size()));
+        form->RenameTextBox->end(false);
+        QTest::keyClicks(form->RenameTextBox, "!");
+        QCOMPARE(DRSCatalogue[Flag].Description.Text, text + "!");
+    }
+
     void descriptionsNeverGoIntoTheArchive() {
         const Bytes archive = ReadFileBytes(archivePath);
         OpenAndSelect(Walker);
