@@ -1,5 +1,6 @@
 #include "shell/Controls.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QTextCursor>
@@ -122,4 +123,24 @@ void PictureBox::mouseMoveEvent(QMouseEvent* event) {
 void PictureBox::mouseReleaseEvent(QMouseEvent* event) {
     const QPoint at = event->position().toPoint();
     emit MouseUp(at.x(), at.y());
+}
+
+ScrollBar::ScrollBar(Qt::Orientation orientation, QWidget* parent) : QScrollBar(orientation, parent) {
+    setFocusPolicy(Qt::StrongFocus);
+}
+
+void ScrollBar::keyPressEvent(QKeyEvent* event) {
+    // Qt's own scroll bar turns Left and Right the other way round, so the keys are mapped here.
+    SliderAction action = SliderNoAction;
+    switch (event->key()) {
+    case Qt::Key_Left: case Qt::Key_Up: action = SliderSingleStepSub; break;
+    case Qt::Key_Right: case Qt::Key_Down: action = SliderSingleStepAdd; break;
+    case Qt::Key_PageUp: action = SliderPageStepSub; break;
+    case Qt::Key_PageDown: action = SliderPageStepAdd; break;
+    case Qt::Key_Home: action = SliderToMinimum; break;
+    case Qt::Key_End: action = SliderToMaximum; break;
+    default: QScrollBar::keyPressEvent(event); return;
+    }
+    triggerAction(action);
+    event->accept();
 }

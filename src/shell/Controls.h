@@ -1,7 +1,7 @@
 #pragma once
 // The window's own controls where Qt has none that behaves the same: the list box of entries with a
-// 32-bit value per row, the rich text box that takes RTF source, and the picture box that shows a
-// frame and reports the mouse in pixels.
+// 32-bit value per row, the rich text box that takes RTF source, the picture box that shows a frame
+// and reports the mouse in pixels, and the scroll bar that picks the frame.
 
 #include <span>
 #include <string>
@@ -11,6 +11,7 @@
 #include <QImage>
 #include <QListView>
 #include <QPlainTextEdit>
+#include <QScrollBar>
 #include <QWidget>
 
 #include "shell/Host.h"
@@ -97,4 +98,15 @@ protected:
 
 private:
     QImage picture_;
+};
+
+// A horizontal scroll bar that takes the focus in the tab order and moves by the keys as a desktop
+// scroll bar does: Left and Right by the small step, Page Up and Page Down by the large one, Home and
+// End to the ends. Each key ends in a change of value, as a click on an arrow does.
+class ScrollBar : public QScrollBar {
+public:
+    ScrollBar(Qt::Orientation orientation, QWidget* parent);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
 };

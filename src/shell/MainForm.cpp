@@ -215,7 +215,7 @@ void MainForm::CreateControls() {
     SetColours(ResDisplayText, QPalette::Base, PaneGrey, QPalette::Text, Qt::black);
     PlaceInTwips(ResDisplayText, {2040, 720, 495, 4575});
 
-    FrameScroll = new QScrollBar(Qt::Horizontal, client_);
+    FrameScroll = new ScrollBar(Qt::Horizontal, client_);
     FrameScroll->setRange(1, 1);
     FrameScroll->setValue(1);
     FrameScroll->setPageStep(5);

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <filesystem>
 
+#include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QLabel>
@@ -305,6 +306,24 @@ private slots:
                                                             {"Error exporting graphic!", MessageStyle::Plain, ""},
                                                             {"Error saving files!", MessageStyle::Plain, ""}}));
         for (const char* name : {"out.bmp", "out001.bmp", "out.slx", "out1c.bmp"}) QVERIFY(!fs::exists(At(name)));
+    }
+
+    void framesChangeFromTheKeyboard() {
+        OpenAndSelect(Walker);
+        form->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(form.get()));
+        // The list keeps the focus after a selection; the scroll bar is next in the tab order.
+        QCOMPARE(QApplication::focusWidget(), form->DRSFilesList);
+        QTest::keyClick(form->DRSFilesList, Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), form->FrameScroll);
+        const std::pair<Qt::Key, const char*> steps[] = {
+            {Qt::Key_Right, "Showing frame 2 of 3"}, {Qt::Key_Left, "Showing frame 1 of 3"},
+            {Qt::Key_End, "Showing frame 3 of 3"},   {Qt::Key_Home, "Showing frame 1 of 3"},
+            {Qt::Key_PageDown, "Showing frame 3 of 3"}, {Qt::Key_PageUp, "Showing frame 1 of 3"}};
+        for (auto [key, caption] : steps) {
+            QTest::keyClick(form->FrameScroll, key);
+            QCOMPARE(Str(form->PictureStatusText->text()), caption);
+        }
     }
 
     void draggingMovesOnEverySecondEvent() {
