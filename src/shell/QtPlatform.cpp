@@ -46,7 +46,9 @@ QStringList NameFiltersOf(std::string_view filter) {
 bool QtDialogs::ShowFileDialog(CommonDialog& dialog, bool open) {
     QFileDialog box(QApplication::activeWindow(), ToQString(dialog.DialogTitle));
     box.setAcceptMode(open ? QFileDialog::AcceptOpen : QFileDialog::AcceptSave);
-    box.setFileMode(open ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
+    // Any name typed comes back, also to the open form: whether the file is there is for the caller
+    // to judge, and a box of the dialog's own would say what the caller doesn't.
+    box.setFileMode(QFileDialog::AnyFile);
     // The caller owns replacing a file; the labels are shown exactly as the program words them.
     box.setOptions(QFileDialog::DontConfirmOverwrite | QFileDialog::HideNameFilterDetails);
 
