@@ -1,11 +1,13 @@
 // brindle: the viewer's window.
 
 #include <csignal>
+#include <iostream>
 #include <unistd.h>
 
 #include <QApplication>
 #include <QSocketNotifier>
 
+#include "shell/Display.h"
 #include "shell/MainForm.h"
 #include "shell/QtPlatform.h"
 
@@ -32,6 +34,10 @@ void CloseOnEndSignals(MainForm& window) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    if (const std::string missing = MissingDisplayMessage(argc, argv, argc > 0 ? argv[0] : "brindle"); !missing.empty()) {
+        std::cerr << missing << '\n';
+        return 1;
+    }
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Brindle"));
     QtPlatform desktop;
