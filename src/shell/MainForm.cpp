@@ -54,6 +54,14 @@ void SetColours(QWidget* control, QPalette::ColorRole role, QColor colour, QPale
     control->setPalette(palette);
 }
 
+// Gives a scroll bar the desktop's own colours. Every role is its own, so none comes from the window's
+// blue and white, on which the arrows vanish into their buttons.
+void UseDesktopColours(QScrollBar* bar) {
+    QPalette desktop = QApplication::palette(bar);
+    desktop.setResolveMask(~QPalette::ResolveMask{0});
+    bar->setPalette(desktop);
+}
+
 // The temporary folder: the environment's "temp", else TMPDIR, else /tmp, and a folder of our own in it.
 std::string TempFolderOfEnvironment() {
     std::string folder;
@@ -260,6 +268,10 @@ void MainForm::CreateControls() {
         // A pick, also of the row already shown; the changes a load-back makes are not picks.
         connect(RenameLists[i], &QComboBox::activated, this, [this, i] { RenameLists_Click(static_cast<int16_t>(i)); });
     }
+
+    for (QScrollBar* bar : {FrameScroll, DRSFilesList->verticalScrollBar(), DRSFilesList->horizontalScrollBar(),
+                            ResDisplayText->verticalScrollBar(), ResDisplayText->horizontalScrollBar()})
+        UseDesktopColours(bar);
 
     const QList<QWidget*> tabOrder = {DRSFilesList, ResDisplayText, FrameScroll, ResDisplayPic,
                                       RenameTextBox, RenameLists[0], RenameLists[1], RenameLists[2]};

@@ -70,6 +70,18 @@ private slots:
         QVERIFY(!X11EscapeKey().IsDown());
     }
 
+    void scrollBarsKeepTheDesktopsColours() {
+        // On the window's blue, with its white text, a scroll bar's arrows would vanish into its buttons.
+        const QList<QScrollBar*> bars = {form->FrameScroll, form->DRSFilesList->verticalScrollBar(),
+                                         form->DRSFilesList->horizontalScrollBar(), form->ResDisplayText->verticalScrollBar(),
+                                         form->ResDisplayText->horizontalScrollBar()};
+        for (QScrollBar* bar : bars) {
+            const QPalette desktop = QApplication::palette(bar);
+            for (auto role : {QPalette::Window, QPalette::WindowText, QPalette::Button, QPalette::ButtonText, QPalette::Base})
+                QCOMPARE(bar->palette().color(role), desktop.color(role));
+        }
+    }
+
     void startFolderComesFromTheGamePath() {
         const std::string prefix = At("wine");
         const std::string key = R"([Software\\Wow6432Node\\Quillmark Entertainment Company LLC\\Harrowmere Conquest\\1.0] 1700000000)";
