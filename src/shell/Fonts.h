@@ -12,8 +12,10 @@ inline QFont FaceOf(QStringList families, double points, bool bold = false, bool
     return font;
 }
 
+// DejaVu Sans has Verdana's shapes but runs wider, so that "Current DRS file:" would run into the
+// archive's name beside it; its condensed cut fits the designed boxes.
 inline QFont Verdana(double points, bool bold = false, bool italic = false) {
-    return FaceOf({"Verdana", "DejaVu Sans"}, points, bold, italic);
+    return FaceOf({"Verdana", "DejaVu Sans Condensed", "DejaVu Sans"}, points, bold, italic);
 }
 
 inline QFont Arial(double points) { return FaceOf({"Arial", "Liberation Sans"}, points); }

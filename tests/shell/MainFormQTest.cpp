@@ -70,6 +70,21 @@ private slots:
         QVERIFY(!X11EscapeKey().IsDown());
     }
 
+    void theHeadingsTitleEndsClearlyBeforeTheArchivesName() {
+        // Measured in the label's own face at 96 and 144 DPI; the designed boxes overlap, the texts must not.
+        const QString title = form->DRSFileLabel1->text();
+        const int nameLeft = form->TwipsOf(form->DRSFileLabel2).Left;
+        for (int dpi : {96, 144}) {
+            QImage screen(1, 1, QImage::Format_RGB32);
+            screen.setDotsPerMeterX(qRound(dpi / 0.0254));
+            screen.setDotsPerMeterY(qRound(dpi / 0.0254));
+            const QFontMetricsF metrics(form->DRSFileLabel1->font(), &screen);
+            const double width = std::max(metrics.horizontalAdvance(title), metrics.tightBoundingRect(title).right());
+            const double end = form->TwipsOf(form->DRSFileLabel1).Left + width * 1440 / dpi;
+            QVERIFY2(end + 60 <= nameLeft, qPrintable(QString("%1 DPI: the title ends at %2 twips").arg(dpi).arg(end)));
+        }
+    }
+
     void scrollBarsKeepTheDesktopsColours() {
         // On the window's blue, with its white text, a scroll bar's arrows would vanish into its buttons.
         const QList<QScrollBar*> bars = {form->FrameScroll, form->DRSFilesList->verticalScrollBar(),
