@@ -91,9 +91,9 @@ private slots:
                                          form->DRSFilesList->horizontalScrollBar(), form->ResDisplayText->verticalScrollBar(),
                                          form->ResDisplayText->horizontalScrollBar()};
         for (QScrollBar* bar : bars) {
-            const QPalette desktop = QApplication::palette(bar);
+            const QPalette own = QApplication::palette(bar);
             for (auto role : {QPalette::Window, QPalette::WindowText, QPalette::Button, QPalette::ButtonText, QPalette::Base})
-                QCOMPARE(bar->palette().color(role), desktop.color(role));
+                QCOMPARE(bar->palette().color(role), own.color(role));
         }
     }
 

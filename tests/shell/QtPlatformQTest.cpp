@@ -19,9 +19,10 @@ private slots:
     void theOpenFormHandsBackATypedNameThatDoesNotExist() {
         QTemporaryDir dir;
         const QString missing = dir.filePath(QStringLiteral("missing.drs"));
-        CommonDialog open{.DialogTitle = "Select DRS file to open",
-                          .Filter = "DRS files (*.drs)|*.drs|All files (*.*)|*.*",
-                          .InitDir = dir.path().toStdString() + "/"};
+        CommonDialog open;
+        open.DialogTitle = "Select DRS file to open";
+        open.Filter = "DRS files (*.drs)|*.drs|All files (*.*)|*.*";
+        open.InitDir = dir.path().toStdString() + "/";
         bool boxShown = false;
         QTimer::singleShot(0, [&] {
             auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
