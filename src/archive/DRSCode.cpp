@@ -170,6 +170,22 @@ Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const C
     return Outcome::Success();
 }
 
+Outcome ReadEntryBytes(ReadOnlyFile& archive, const CatalogueRow& row, std::vector<uint8_t>& bytes) {
+    bytes.clear();
+    if (!archive.IsOpen()) return Outcome::Failure("no archive is open");
+    if (row.Offset < 0 || row.Size < 0) return Outcome::Failure("the entry has a negative offset or size");
+    if (row.Size / BlockSize >= 32767) {
+        return Outcome::Failure("an entry of " + std::to_string(row.Size) + " bytes is too large to copy");
+    }
+    if (int64_t{row.Offset} + row.Size > archive.Size()) return Outcome::Failure("the entry runs past the end of the archive");
+    bytes.resize(static_cast<size_t>(row.Size));
+    if (archive.ReadAt(row.Offset, bytes) != bytes.size()) {
+        bytes.clear();
+        return Outcome::Failure("the entry runs past the end of the archive");
+    }
+    return Outcome::Success();
+}
+
 std::string TempStamp(double secondsSinceMidnight) {
     return std::to_string(static_cast<int64_t>(std::floor(secondsSinceMidnight * 100.0)));
 }

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "archive/UsefulCode.h"
 #include "shell/Host.h"
@@ -79,6 +80,11 @@ std::string ReverseTypeTag(std::string_view tag);
 // Copies the entry's Size bytes at Offset into a new file at path, replacing what stood there.
 // On failure it shows "Error saving file!", keeps what was written, and says why.
 Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const CatalogueRow& row, Host& host);
+
+// The entry's bytes, in memory, for brindle-cli: the same limits as ReadResourceData, but no file, no
+// box and no status text. An entry that reaches past the end of the archive is refused before
+// anything is allocated.
+Outcome ReadEntryBytes(ReadOnlyFile& archive, const CatalogueRow& row, std::vector<uint8_t>& bytes);
 
 // The stamp of a temporary copy: hundredths of a second since midnight, in plain decimal.
 std::string TempStamp(double secondsSinceMidnight);

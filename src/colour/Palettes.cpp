@@ -93,7 +93,10 @@ PaletteResult LoadPalette(const std::string& FileName, Host& host) {
     std::ifstream in;
     if (std::filesystem::is_regular_file(FileName, error)) in.open(FileName, std::ios::binary);
     if (!in.is_open()) return {PaletteLoad::Failed, "cannot open " + FileName};
+    return LoadPalette(in, FileName, host);
+}
 
+PaletteResult LoadPalette(std::istream& in, const std::string& FileName, Host& host) {
     std::string item;
     if (!ReadItem(in, item)) return {PaletteLoad::Failed, FileName + " is empty"};
     if (item != "JASC-PAL") {

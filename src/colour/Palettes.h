@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <string_view>
 
@@ -32,3 +33,5 @@ struct [[nodiscard]] PaletteResult {
 
 // Empty FileName: the default palette. Otherwise the path of a JASC-PAL file.
 PaletteResult LoadPalette(const std::string& FileName, Host& host);
+// A JASC-PAL file read from a stream, such as brindle-cli's standard input; name stands for it in details.
+PaletteResult LoadPalette(std::istream& in, const std::string& name, Host& host);

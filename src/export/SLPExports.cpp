@@ -26,7 +26,11 @@ public:
     SpriteExport(const SpriteExport&) = delete;
     SpriteExport& operator=(const SpriteExport&) = delete;
 
-    Outcome Open(const std::string& path) { return ReadSLPHeaders(path, file_, header_, frames_); }
+    Outcome Open(const std::string& path) { return ReadSLPHeaders(path, owned_, header_, frames_); }
+    Outcome Use(const SLPFile& sprite) {
+        file_ = &sprite;
+        return ParseSLPHeaders(sprite, header_, frames_);
+    }
     int32_t FrameCount() const { return header_.NumFrames; }
     const std::vector<SLPFrameInfo>& Frames() const { return frames_; }
     const SLPFrameInfo& Frame(int32_t number) const { return frames_[static_cast<size_t>(number - 1)]; }
@@ -38,7 +42,7 @@ public:
         host_.SetPictureStatusText("Saving frame " + std::to_string(number) + " of " + std::to_string(FrameCount()));
         host_.SetFrameScrollValue(static_cast<int16_t>(number));
         if (number % 5 == 0) host_.RepaintMainForm();
-        const DecodeResult decoded = DecodeSLPFrame(file_, Frame(number), Image, Mask, false, host_);
+        const DecodeResult decoded = DecodeSLPFrame(*file_, Frame(number), Image, Mask, false, host_);
         if (decoded.Code == DecodeDamaged && damage_.empty()) damage_ = "frame " + std::to_string(number) + ": " + decoded.Detail;
     }
 
@@ -64,7 +68,8 @@ public:
 
 private:
     Host& host_;
-    SLPFile file_;
+    SLPFile owned_;  // the sprite read by Open
+    const SLPFile* file_ = &owned_;
     SLPHeader header_;
     std::vector<SLPFrameInfo> frames_;
     std::string unfinished_;
@@ -112,9 +117,9 @@ CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames) {
     return bounds;
 }
 
-Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, Host& host) {
-    SpriteExport sprite(host);
-    if (Outcome read = sprite.Open(SLPPath); !read) return read;
+namespace {
+
+Outcome ExportSequence(SpriteExport& sprite, const std::string& BasePath, Host& host) {
     host.SetStatusText("Exporting to image sequence...");
 
     const CanvasBounds bounds = MeasureCanvas(sprite.Frames());
@@ -136,10 +141,7 @@ Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, 
     return sprite.Result();
 }
 
-Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host& host) {
-    SpriteExport sprite(host);
-    if (Outcome read = sprite.Open(SLPPath); !read) return read;
-
+Outcome ExportSLX(SpriteExport& sprite, const std::string& BasePath, Host& host) {
     const std::string listPath = BasePath + ".slx";
     std::FILE* list = IsHeldOpenForReading(listPath) ? nullptr : std::fopen(listPath.c_str(), "wb");
     if (!list) return Outcome::Failure("cannot create " + listPath);
@@ -168,4 +170,30 @@ Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host&
         ++listed;
     }
     return finish(sprite.Result());
+}
+
+}  // namespace
+
+Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, Host& host) {
+    SpriteExport sprite(host);
+    if (Outcome read = sprite.Open(SLPPath); !read) return read;
+    return ExportSequence(sprite, BasePath, host);
+}
+
+Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host) {
+    SpriteExport opened(host);
+    if (Outcome read = opened.Use(sprite); !read) return read;
+    return ExportSequence(opened, BasePath, host);
+}
+
+Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host& host) {
+    SpriteExport sprite(host);
+    if (Outcome read = sprite.Open(SLPPath); !read) return read;
+    return ExportSLX(sprite, BasePath, host);
+}
+
+Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host) {
+    SpriteExport opened(host);
+    if (Outcome read = opened.Use(sprite); !read) return read;
+    return ExportSLX(opened, BasePath, host);
 }

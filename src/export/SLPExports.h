@@ -22,6 +22,8 @@ CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames);
 // Writes every frame as BasePath + "001.bmp", ... on one canvas, hot spots on the same pixel, with
 // MaskColour for the background. Leaves the gate of FrameScroll "on" however it ends.
 Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, Host& host);
+Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host);  // a sprite in memory
 
 // Writes BasePath + ".slx" and, per frame i, BasePath + i + "c.bmp" (image) and "d.bmp" (mask).
 Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host& host);
+Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host);  // a sprite in memory

@@ -30,8 +30,10 @@ ReadOnlyFile::~ReadOnlyFile() { Close(); }
 
 // The moved file stays in PathsHeldOpen under the same path; only its owner changes.
 ReadOnlyFile::ReadOnlyFile(ReadOnlyFile&& other) noexcept
-    : file_(std::exchange(other.file_, nullptr)), size_(std::exchange(other.size_, 0)), path_(std::move(other.path_)) {
+    : file_(std::exchange(other.file_, nullptr)), size_(std::exchange(other.size_, 0)), path_(std::move(other.path_)),
+      inMemory_(std::exchange(other.inMemory_, false)), bytes_(std::move(other.bytes_)) {
     other.path_.clear();
+    other.bytes_.clear();
 }
 
 ReadOnlyFile& ReadOnlyFile::operator=(ReadOnlyFile&& other) noexcept {
@@ -40,7 +42,10 @@ ReadOnlyFile& ReadOnlyFile::operator=(ReadOnlyFile&& other) noexcept {
         file_ = std::exchange(other.file_, nullptr);
         size_ = std::exchange(other.size_, 0);
         path_ = std::move(other.path_);
+        inMemory_ = std::exchange(other.inMemory_, false);
+        bytes_ = std::move(other.bytes_);
         other.path_.clear();
+        other.bytes_.clear();
     }
     return *this;
 }
@@ -60,6 +65,14 @@ bool ReadOnlyFile::Open(const std::string& path) {
     return true;
 }
 
+void ReadOnlyFile::OpenBytes(std::string name, std::vector<uint8_t> bytes) {
+    Close();
+    inMemory_ = true;
+    bytes_ = std::move(bytes);
+    size_ = static_cast<int64_t>(bytes_.size());
+    path_ = std::move(name);
+}
+
 void ReadOnlyFile::Close() {
     if (file_) {
         std::fclose(file_);
@@ -68,10 +81,17 @@ void ReadOnlyFile::Close() {
     file_ = nullptr;
     size_ = 0;
     path_.clear();
+    inMemory_ = false;
+    bytes_.clear();
 }
 
 size_t ReadOnlyFile::ReadAt(int64_t offset, std::span<uint8_t> out) {
-    if (!file_ || offset < 0 || offset > size_ || out.empty()) return 0;
+    if (!IsOpen() || offset < 0 || offset > size_ || out.empty()) return 0;
+    if (inMemory_) {
+        const size_t count = std::min(out.size(), static_cast<size_t>(size_ - offset));
+        std::copy_n(bytes_.begin() + offset, count, out.begin());
+        return count;
+    }
     if (std::fseek(file_, static_cast<long>(offset), SEEK_SET) != 0) return 0;
     return std::fread(out.data(), 1, out.size(), file_);
 }

@@ -22,8 +22,11 @@ public:
     ReadOnlyFile& operator=(const ReadOnlyFile&) = delete;
 
     [[nodiscard]] bool Open(const std::string& path);
+    // Reads from bytes in memory instead of a file, such as an archive piped into a command; name
+    // stands for the path in messages.
+    void OpenBytes(std::string name, std::vector<uint8_t> bytes);
     void Close();
-    bool IsOpen() const { return file_ != nullptr; }
+    bool IsOpen() const { return file_ != nullptr || inMemory_; }
     int64_t Size() const { return size_; }
     const std::string& Path() const { return path_; }  // as it was opened; empty while closed
 
@@ -35,6 +38,8 @@ private:
     std::FILE* file_ = nullptr;
     int64_t size_ = 0;
     std::string path_;
+    bool inMemory_ = false;
+    std::vector<uint8_t> bytes_;  // the contents when inMemory_
 };
 
 // Whether path names a file that a ReadOnlyFile holds open, such as the open archive. Every writer asks
