@@ -4,6 +4,26 @@
 
 #include <iostream>
 
+namespace {
+
+bool progressOnLine = false;  // a progress line stands unfinished on stderr
+
+void EndProgressLine() {
+    if (!progressOnLine) return;
+    std::cerr << '\n';
+    progressOnLine = false;
+}
+
+}  // namespace
+
+void Complain(std::string_view command, std::string_view file, std::string_view reason) {
+    EndProgressLine();
+    std::cerr << "brindle-cli: ";
+    if (!command.empty()) std::cerr << command << ": ";
+    if (!file.empty()) std::cerr << file << ": ";
+    std::cerr << reason << std::endl;
+}
+
 CliHost::CliHost(bool force) : force_(force), progressWanted_(isatty(STDERR_FILENO) == 1) {}
 
 void CliHost::AddListRows(std::span<const ListRow> rows) {
@@ -11,28 +31,15 @@ void CliHost::AddListRows(std::span<const ListRow> rows) {
 }
 
 MessageAnswer CliHost::ShowMessage(std::string_view text, MessageStyle style, std::string_view) {
-    EndProgress();
-    // A box's title only ever says "Error"; the text carries all there is to say.
-    std::cerr << text << '\n';
-    ++messagesShown_;
     lastMessage_ = text;
     if (style == MessageStyle::OkCancel) return force_ ? MessageAnswer::OK : MessageAnswer::Cancel;
     return MessageAnswer::OK;
 }
 
-void CliHost::Report(const std::string& text, int since) {
-    if (messagesShown_ > since && lastMessage_ == text) return;
-    ShowMessage(text, MessageStyle::Plain, {});
-}
-
 void CliHost::ShowProgress(int done, int total) {
     if (!progressWanted_) return;
     std::cerr << "\r[" << done << '/' << total << ']' << std::flush;
-    progressOnLine_ = true;
+    progressOnLine = true;
 }
 
-void CliHost::EndProgress() {
-    if (!progressOnLine_) return;
-    std::cerr << '\n';
-    progressOnLine_ = false;
-}
+void CliHost::EndProgress() { EndProgressLine(); }

@@ -1,23 +1,26 @@
 #pragma once
-// The host of brindle-cli: no window, plain text on stderr. Boxes are printed as they stand, the one
-// OK/Cancel question is answered OK only under --force, and the rows of the list are kept for printing.
+// The host of brindle-cli: no window and no questions. The boxes the core would show are kept for the
+// command to word its one line on stderr; the one OK/Cancel question is answered OK only under
+// --force; the rows of the list are kept for printing.
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "shell/Host.h"
+
+// One line on stderr: "brindle-cli: COMMAND: FILE: reason", leaving out COMMAND or FILE when empty.
+void Complain(std::string_view command, std::string_view file, std::string_view reason);
 
 class CliHost : public QuietHost {
 public:
     explicit CliHost(bool force = false);
 
     const std::vector<ListRow>& Rows() const { return rows_; }
-    // How many boxes have been printed so far, so a caller can tell whether the core has spoken.
-    int MessagesShown() const { return messagesShown_; }
-    // Prints a box's text unless the core has printed the same one since MessagesShown() read `since`.
-    void Report(const std::string& text, int since);
+    // The text of the last box the core showed, empty when none.
+    const std::string& LastMessage() const { return lastMessage_; }
 
-    // "\r[n/total]" on stderr, only when stderr is a terminal; a box printed meanwhile starts on a new line.
+    // "\r[n/total]" on stderr, only when stderr is a terminal; a line said meanwhile starts afresh.
     void ShowProgress(int done, int total);
     void EndProgress();
 
@@ -28,8 +31,6 @@ public:
 private:
     bool force_ = false;
     bool progressWanted_ = false;
-    bool progressOnLine_ = false;
     std::vector<ListRow> rows_;
-    int messagesShown_ = 0;
     std::string lastMessage_;
 };

@@ -1,72 +1,14 @@
-// brindle-cli as a user runs it: the built program on fixture files, exit codes and output checked.
+// brindle-cli as a user runs it: its commands, entries by ID, and how it speaks.
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <set>
 #include <sstream>
 
-#include "RecordingHost.h"
-#include "Writers.h"
+#include "CliFixture.h"
 #include "colour/Palettes.h"
 
 namespace fs = std::filesystem;
 using namespace fixtures;
 
 namespace {
-
-struct Result {
-    int Code = -1;
-    std::string Out, Err;
-};
-
-std::string Text(const std::string& path) {
-    const Bytes bytes = ReadFileBytes(path);
-    return {bytes.begin(), bytes.end()};
-}
-
-class CliTest : public ::testing::Test {
-protected:
-    TempDir dir;
-
-    Result Run(const std::string& arguments, const std::string& folder = ".") {
-        const char* program = std::getenv("BRINDLE_CLI");
-        EXPECT_NE(program, nullptr) << "BRINDLE_CLI names the program under test";
-        const std::string line = "cd '" + folder + "' && '" + (program ? program : "brindle-cli") + "' " +
-                                 arguments + " >'" + (dir / "out.txt") + "' 2>'" + (dir / "err.txt") + "'";
-        const int status = std::system(line.c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Text(dir / "out.txt"), Text(dir / "err.txt")};
-    }
-
-    // Table SLP: IDs 5, 5 and -7; a table whose tag reads "../"; one BIN entry.
-    std::string WriteTestArchive(ArchiveLayout* layout = nullptr, Flavour kind = Flavour::Year1997) {
-        ArchiveFixture contents{kind, {{StoredTag("slp"), {{5, {1, 2, 3}}, {5, {4, 5}}, {-7, {}}}},
-                                       {StoredTag("../"), {{9, {6}}}},
-                                       {StoredTag("bin"), {{12, {7, 8}}}}}};
-        WriteFileBytes(dir / "test.drs", WriteArchive(contents, layout));
-        return dir / "test.drs";
-    }
-
-    std::string WriteTestSprite(int count) {
-        std::vector<FrameFixture> frames;
-        for (int i = 0; i < count; ++i) {
-            Art art(4 + i, 3);
-            art.At(1, 1) = {Layer::Colour, 40};
-            art.At(2, 2) = {Layer::Shadow, 0};
-            frames.push_back(EncodeFrame(art, i, 1));
-        }
-        WriteFileBytes(dir / "walk.slp", WriteSprite(frames));
-        return dir / "walk.slp";
-    }
-};
-
-std::set<std::string> Names(const std::string& folder) {
-    std::set<std::string> names;
-    for (const auto& item : fs::directory_iterator(folder)) names.insert(item.path().filename().string());
-    return names;
-}
 
 TEST_F(CliTest, ExitCodesTellSuccessFailureAndUsage) {
     EXPECT_EQ(Run("--help").Code, 0);
@@ -82,7 +24,7 @@ TEST_F(CliTest, ExitCodesTellSuccessFailureAndUsage) {
 }
 
 TEST_F(CliTest, FrameTakesColoursInWebOrder) {
-    const Result r = Run("frame '" + WriteTestSprite(2) + "' 2 '" + (dir / "f.bmp") + "' --mask '#FF8000'");
+    const CliResult r = Run("frame '" + WriteTestSprite(2) + "' 2 '" + (dir / "f.bmp") + "' --mask '#FF8000'");
     ASSERT_EQ(r.Code, 0) << r.Err;
     const Bytes bmp = ReadFileBytes(dir / "f.bmp");  // 5 x 3, rows of 16 bytes from the bottom up
     ASSERT_EQ(bmp.size(), 54u + 3 * 16);
@@ -91,7 +33,7 @@ TEST_F(CliTest, FrameTakesColoursInWebOrder) {
 
 TEST_F(CliTest, ListPrintsRowsWithCatalogueFields) {
     ArchiveLayout layout;
-    const Result r = Run("list '" + WriteTestArchive(&layout) + "'");
+    const CliResult r = Run("list '" + WriteTestArchive(&layout) + "'");
     ASSERT_EQ(r.Code, 0) << r.Err;
     std::istringstream lines(r.Out);
     std::string heading, first;
@@ -104,10 +46,9 @@ TEST_F(CliTest, ListPrintsRowsWithCatalogueFields) {
 
 TEST_F(CliTest, ArchiveOfNoKnownFlavourNeedsForce) {
     const std::string archive = WriteTestArchive(nullptr, Flavour::Unknown);
-    const Result refused = Run("list '" + archive + "'");
+    const CliResult refused = Run("list '" + archive + "'");
     EXPECT_EQ(refused.Code, 1);
-    EXPECT_NE(refused.Err.find("Error reading from DRS file!"), std::string::npos);
-    EXPECT_NE(refused.Err.find("--force"), std::string::npos);
+    EXPECT_TRUE(refused.SaysInOneLine("brindle-cli: list: test.drs: not a DRS archive (use --force to read it anyway)")) << refused.Err;
     EXPECT_EQ(Run("list --force '" + archive + "'").Code, 0);
 }
 
@@ -115,45 +56,160 @@ TEST_F(CliTest, ExtractCopiesOneRowAndRefusesRowsOutsideTheList) {
     const std::string archive = WriteTestArchive();
     EXPECT_EQ(Run("extract '" + archive + "' 2 '" + (dir / "e.slp") + "'").Code, 0);
     EXPECT_EQ(ReadFileBytes(dir / "e.slp"), (Bytes{4, 5}));
-    EXPECT_EQ(Run("extract '" + archive + "' 8 '" + (dir / "x") + "'").Code, 1);
-    EXPECT_EQ(Run("extract '" + archive + "' -1 '" + (dir / "x") + "'").Code, 1);
+    EXPECT_TRUE(Run("extract '" + archive + "' 8 x").SaysInOneLine("has rows 0 to 7; there is no row 8"));
+    EXPECT_EQ(Run("extract '" + archive + "' -1 x").Code, 1);
+    // A heading is no entry: refused, and no empty file stands for it.
+    EXPECT_TRUE(Run("extract test.drs 0 x").SaysInOneLine("row 0 is the heading of table SLP, not an entry"));
+    EXPECT_FALSE(fs::exists(dir / "x"));
 }
 
 TEST_F(CliTest, ExtractAllNamesFoldersAndFilesSafely) {
-    const Result r = Run("extract-all '" + WriteTestArchive() + "' '" + (dir / "out") + "'");
+    const CliResult r = Run("extract-all '" + WriteTestArchive() + "' '" + (dir / "out") + "'");
     ASSERT_EQ(r.Code, 0) << r.Err;
-    EXPECT_NE(r.Err.find("5 written, 0 failed"), std::string::npos);
-    EXPECT_EQ(Names(dir / "out"), (std::set<std::string>{"01-SLP", "02", "03-BIN"}));
-    EXPECT_EQ(Names(dir / "out/01-SLP"), (std::set<std::string>{"5.slp", "5-2.slp", "-7.slp"}));
+    EXPECT_EQ(NamesIn(dir / "out"), (std::set<std::string>{"01-SLP", "02", "03-BIN"}));
+    EXPECT_EQ(NamesIn(dir / "out/01-SLP"), (std::set<std::string>{"5.slp", "5-2.slp", "-7.slp"}));
     EXPECT_EQ(ReadFileBytes(dir / "out/01-SLP/5-2.slp"), (Bytes{4, 5}));
-    EXPECT_EQ(Names(dir / "out/02"), std::set<std::string>{"9"});
-    EXPECT_EQ(Names(dir / "out/03-BIN"), std::set<std::string>{"12.bin"});
-    EXPECT_EQ(r.Err.find('\r'), std::string::npos) << "no progress line when stderr is a file";
+    EXPECT_EQ(NamesIn(dir / "out/02"), std::set<std::string>{"9"});
+    EXPECT_EQ(NamesIn(dir / "out/03-BIN"), std::set<std::string>{"12.bin"});
+    EXPECT_EQ(r.Err, "") << "nothing to say, and no progress line when stderr is a file";
+
+    // One table, by its name in any case.
+    ASSERT_EQ(Run("extract-all test.drs only --table Bin").Code, 0);
+    EXPECT_EQ(NamesIn(dir / "only"), std::set<std::string>{"03-BIN"});
 }
 
 TEST_F(CliTest, PalettePrintsAllColoursAndRefusesOtherFiles) {
     std::vector<uint32_t> colours(256, RGB(10, 20, 30));
     colours[255] = RGB(1, 2, 3);
     WriteFileText(dir / "p.pal", WriteJascPal(colours));
-    const Result r = Run("palette '" + (dir / "p.pal") + "'");
+    const CliResult r = Run("palette '" + (dir / "p.pal") + "'");
     ASSERT_EQ(r.Code, 0) << r.Err;
     EXPECT_EQ(std::count(r.Out.begin(), r.Out.end(), '\n'), 256);
     EXPECT_TRUE(r.Out.starts_with("10 20 30\n") && r.Out.ends_with("\n1 2 3\n"));
 
     WriteFileText(dir / "bad.pal", "JASC-PALX\r\n");
-    const Result bad = Run("palette '" + (dir / "bad.pal") + "'");
+    const CliResult bad = Run("palette '" + (dir / "bad.pal") + "'");
     EXPECT_EQ(bad.Code, 1);
-    EXPECT_NE(bad.Err.find("Not valid palette file!"), std::string::npos);
+    EXPECT_TRUE(bad.SaysInOneLine("brindle-cli: palette: " + (dir / "bad.pal") + ": Not valid palette file!")) << bad.Err;
     EXPECT_EQ(Run("palette '" + (dir / "none.pal") + "'").Code, 1);
+    EXPECT_EQ(Shell("\"$CLI\" palette - < p.pal").Out, r.Out);
 }
 
 TEST_F(CliTest, SequenceNumbersFilesFromTheChosenName) {
     const std::string sprite = WriteTestSprite(3);
     EXPECT_TRUE(Run("info '" + sprite + "'").Out.starts_with("frames 3\n1\t4\t3\t0\t1\t"));
     fs::create_directory(dir / "out");
-    const Result r = Run("sequence '" + sprite + "' out/walk.bmp", dir.Path());  // relative, as typed
+    const CliResult r = Run("sequence '" + sprite + "' out/walk.bmp");  // relative, as typed
     ASSERT_EQ(r.Code, 0) << r.Err;
-    EXPECT_EQ(Names(dir / "out"), (std::set<std::string>{"walk001.bmp", "walk002.bmp", "walk003.bmp"}));
+    EXPECT_EQ(NamesIn(dir / "out"), (std::set<std::string>{"walk001.bmp", "walk002.bmp", "walk003.bmp"}));
+}
+
+// ---- entries by ID --------------------------------------------------------------------------------
+
+TEST_F(CliTest, ExtractByIDAsListShowsIt) {
+    // ID 9 stands in two tables, ID 5 twice in one.
+    ArchiveFixture shared{Flavour::Year2001, {{StoredTag("slp"), {{5, {1}}, {5, {2}}, {9, {3}}}}, {StoredTag("bin"), {{9, {4, 4}}}}}};
+    WriteFileBytes(dir / "shared.drs", WriteArchive(shared));
+    WriteTestArchive();
+
+    EXPECT_EQ(Run("extract test.drs --id 12 twelve").Code, 0);
+    EXPECT_EQ(ReadFileBytes(dir / "twelve"), (Bytes{7, 8}));
+    EXPECT_EQ(Run("extract test.drs --id 12 -").Out, "\x07\x08");
+    EXPECT_TRUE(Run("extract test.drs --id 77 x").SaysInOneLine("no entry has ID 77"));
+    EXPECT_TRUE(Run("extract shared.drs --id 9 x").SaysInOneLine("ID 9 is in the tables SLP, BIN; choose one with --table"));
+    EXPECT_TRUE(Run("extract shared.drs --id 5 x").SaysInOneLine("ID 5 stands 2 times in table SLP; give the row instead (rows 1, 2)"));
+    EXPECT_FALSE(fs::exists(dir / "x"));
+    EXPECT_EQ(Run("extract shared.drs --id 9 --table bin nine").Code, 0);
+    EXPECT_EQ(ReadFileBytes(dir / "nine"), (Bytes{4, 4}));
+    EXPECT_TRUE(Run("extract shared.drs --id 9 --table wav x").SaysInOneLine("has no table wav"));
+
+    // Several into a folder, each table's entry under its own name.
+    const CliResult several = Run("extract shared.drs --id 9 --id 5 -o picked");
+    ASSERT_EQ(several.Code, 0) << several.Err;
+    EXPECT_EQ(NamesIn(dir / "picked"), (std::set<std::string>{"9.slp", "9.bin", "5.slp", "5-2.slp"}));
+    EXPECT_EQ(ReadFileBytes(dir / "picked/5-2.slp"), Bytes{2});
+    EXPECT_EQ(Run("extract shared.drs --id 9 --id 5 x").Code, 2);  // several need a folder
+}
+
+TEST_F(CliTest, SpriteCommandsTakeAnEntryOfAnArchive) {
+    const Bytes sprite = WriteSprite(TestFrames(2));
+    WriteFileBytes(dir / "walk.slp", sprite);
+    WriteFileBytes(dir / "a.drs", WriteArchive({Flavour::Year1997, {{StoredTag("slp"), {{300, sprite}}}, {StoredTag("bin"), {{301, {1}}}}}}));
+    const CliResult fromFile = Run("info walk.slp");
+    EXPECT_EQ(Run("info a.drs --id 300").Out, fromFile.Out);
+    EXPECT_EQ(Shell("cat walk.slp | \"$CLI\" info -").Out, fromFile.Out);
+    EXPECT_TRUE(Run("info a.drs --id 301").SaysInOneLine("a.drs (ID 301): is not in a table of sprites (SLP)"));
+
+    ASSERT_EQ(Run("frame a.drs --id 300 2 from-archive.bmp").Code, 0);
+    ASSERT_EQ(Run("frame walk.slp 2 from-file.bmp").Code, 0);
+    EXPECT_EQ(ReadFileBytes(dir / "from-archive.bmp"), ReadFileBytes(dir / "from-file.bmp"));
+    EXPECT_EQ(Run("frame walk.slp 2 -").Out, TextOf(dir / "from-file.bmp"));
+    ASSERT_EQ(Run("sequence a.drs --id 300 seq.bmp").Code, 0);
+    ASSERT_EQ(Run("slx a.drs --id 300 bundle.slx").Code, 0);
+    EXPECT_EQ(NamesIn(dir.Path()), (std::set<std::string>{"a.drs", "walk.slp", "from-archive.bmp", "from-file.bmp", "seq001.bmp",
+                                                          "seq002.bmp", "bundle.slx", "bundle1c.bmp", "bundle1d.bmp",
+                                                          "bundle2c.bmp", "bundle2d.bmp"}));
+}
+
+TEST_F(CliTest, ListLongNamesRowsAndKinds) {
+    WriteTestArchive();
+    const CliResult r = Run("list --long test.drs");
+    ASSERT_EQ(r.Code, 0) << r.Err;
+    EXPECT_TRUE(r.Out.starts_with("row\ttext\tkind\tid\toffset\tsize\n0\t--SLP (3)--\theading\t0\t0\t0\n1\t5\tslp\t5\t"));
+    EXPECT_NE(r.Out.find("\n5\t9\tother\t9\t"), std::string::npos);
+    EXPECT_NE(r.Out.find("\n7\t12\tbin\t12\t"), std::string::npos);
+    EXPECT_EQ(Shell("cat test.drs | \"$CLI\" list -").Out, Run("list test.drs").Out);
+}
+
+// ---- how it speaks ---------------------------------------------------------------------------------
+
+TEST_F(CliTest, EveryMessageIsOneLineNamingCommandFileAndReason) {
+    WriteTestArchive();
+    WriteFileText(dir / "text.txt", "not an archive at all, not at all");
+    fs::create_directory(dir / "folder");
+    const std::pair<std::string, std::string> cases[] = {
+        {"foo", "brindle-cli: foo: unknown command; the commands are list, extract, extract-all, info, frame, sequence, slx, palette"},
+        {"", "brindle-cli: no command given"},
+        {"list folder", "brindle-cli: list: folder: Is a directory"},
+        {"list missing.drs", "brindle-cli: list: missing.drs: No such file or directory"},
+        {"list text.txt", "brindle-cli: list: text.txt: not a DRS archive (use --force to read it anyway)"},
+        {"extract test.drs 2 folder", "brindle-cli: extract: folder: Is a directory"},
+        {"extract test.drs 2 no/such/folder/x", "brindle-cli: extract: no/such/folder/x: No such file or directory"},
+        {"list test.drs --wide", "brindle-cli: list: The following argument was not expected: --wide (see brindle-cli list --help)"},
+        {"info text.txt", "brindle-cli: info: text.txt: claims "},
+    };
+    for (const auto& [arguments, message] : cases) {
+        SCOPED_TRACE(arguments);
+        const CliResult r = Run(arguments);
+        EXPECT_NE(r.Code, 0);
+        EXPECT_TRUE(r.SaysInOneLine(message)) << r.Err;
+    }
+    EXPECT_EQ(Run("-V").Out, Run("--version").Out);
+    EXPECT_TRUE(Run("-V").Out.starts_with("brindle-cli "));
+    for (const char* command : {"list", "extract", "extract-all", "info", "frame", "sequence", "slx", "palette"})
+        EXPECT_NE(Run(std::string(command) + " --help").Out.find("Example"), std::string::npos) << command;
+
+    // Output that can't be written is a failure too.
+    const CliResult full = Run("list test.drs > /dev/full");
+    EXPECT_EQ(full.Code, 1);
+    EXPECT_TRUE(full.SaysInOneLine("brindle-cli: list: standard output: No space left on device")) << full.Err;
+}
+
+TEST_F(CliTest, InfoDecodesEveryFrameAndNamesTheDamaged) {
+    const CliResult r = Run("info " + WriteDamagedSprite());
+    EXPECT_EQ(r.Code, 1);
+    EXPECT_TRUE(r.Out.starts_with("frames 3\n"));  // the table, as for a whole sprite
+    EXPECT_TRUE(r.SaysInOneLine("brindle-cli: info: damaged.slp: frame 2: row 2: a player colour lies past the end of the palette")) << r.Err;
+
+    // A sprite cut in half: its table is whole, its rows are not.
+    Art big(60, 40);
+    for (ArtPixel& pixel : big.Pixels) pixel = {Layer::Colour, 40};
+    const Bytes whole = WriteSprite({EncodeFrame(big), EncodeFrame(big), EncodeFrame(big)});
+    WriteFileBytes(dir / "half.slp", Bytes(whole.begin(), whole.begin() + long(whole.size() / 2)));
+    const CliResult half = Run("info half.slp");
+    EXPECT_EQ(half.Code, 1);
+    EXPECT_NE(half.Err.find("frame 3: "), std::string::npos) << half.Err;
+    EXPECT_EQ(Run("info " + WriteTestSprite(3)).Err, "");
 }
 
 }  // namespace

@@ -1,0 +1,430 @@
+#include "cli/Commands.h"
+
+#include <charconv>
+#include <filesystem>
+#include <iostream>
+#include <set>
+#include <string_view>
+#include <system_error>
+
+#include "archive/DRSCode.h"
+#include "archive/UsefulCode.h"
+#include "cli/CliHost.h"
+#include "cli/Inputs.h"
+#include "cli/Outputs.h"
+#include "colour/Colours.h"
+#include "colour/Palettes.h"
+#include "export/SLPExports.h"
+#include "shell/Functions.h"
+#include "slp/SLPCodeNew.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+int Usage(const Options& options, const std::string& reason) {
+    Complain(options.Command, "", reason + " (see brindle-cli " + options.Command + " --help)");
+    return ExitUsage;
+}
+
+const CatalogueRow& CatalogueAt(size_t listIndex) {
+    static const CatalogueRow none;
+    return listIndex < DRSCatalogue.size() ? DRSCatalogue[listIndex] : none;
+}
+
+std::string KindName(int32_t kind) {
+    switch (kind) {
+    case KindHeading: return "heading";
+    case KindSLP: return "slp";
+    case KindWAV: return "wav";
+    case KindBIN: return "bin";
+    default: return "other";
+    }
+}
+
+// "#RRGGBB", web order (checked when the command line is read), to a colour value: red in the low byte.
+uint32_t ParseColour(const std::string& text) {
+    auto component = [&](size_t at) { return static_cast<int32_t>(std::stoi(text.substr(at, 2), nullptr, 16)); };
+    return RGB(component(1), component(3), component(5));
+}
+
+// Loads the JASC-PAL file at path ("-": standard input) into Palette, or says in one line why not.
+bool LoadPaletteFile(const std::string& command, const std::string& path, CliHost& host) {
+    const std::string name = path == "-" ? "standard input" : path;
+    const PaletteResult loaded = path == "-" ? LoadPalette(std::cin, name, host) : LoadPalette(path, host);
+    if (loaded.State == PaletteLoad::Refused) Complain(command, name, host.LastMessage());  // "Not valid palette file!"
+    if (loaded.State == PaletteLoad::Failed) {
+        Complain(command, name, loaded.Detail.starts_with("cannot open") ? UnreadableReason(path) : ReasonOf(loaded.Detail, name));
+    }
+    return loaded.State == PaletteLoad::Loaded;
+}
+
+// The palette and the four colours as the options say, everything else at its start value.
+bool PrepareColours(const Options& options, CliHost& host, Outputs& outputs) {
+    ResetColourChoices();
+    (void)LoadPalette("", host);  // the default palette always loads
+    if (!options.PalettePath.empty()) {
+        if (!LoadPaletteFile(options.Command, options.PalettePath, host)) return false;
+        outputs.AddInput(options.PalettePath);
+    }
+    if (!options.Mask.empty()) MaskColour = ParseColour(options.Mask);
+    if (!options.Shadow.empty()) ShadowColour = ParseColour(options.Shadow);
+    if (!options.Inner.empty()) OutlineInnerColour = ParseColour(options.Inner);
+    if (!options.Outer.empty()) OutlineOuterColour = ParseColour(options.Outer);
+    return true;
+}
+
+// A sprite in memory with its frame table read, or false after a line that says why not.
+bool OpenSprite(const Options& options, Outputs& outputs, SLPFile& sprite, std::string& name, std::vector<SLPFrameInfo>& frames) {
+    if (!LoadSprite(options.Command, options.Source, options.IDs, options.Table, options.Force, outputs, sprite, name)) {
+        return false;
+    }
+    SLPHeader header;
+    if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) {
+        Complain(options.Command, name, ReasonOf(read.Detail, name));
+        return false;
+    }
+    return true;
+}
+
+// ---- naming of extracted entries ---------------------------------------------------------------
+
+// The name the save dialog proposes for an entry: its ID, and the extension of its kind.
+std::string ProposedName(int32_t kind, int32_t id) {
+    std::string name = std::to_string(id);
+    if (kind == KindSLP) return name + ".slp";
+    if (kind == KindWAV) return name + ".wav";
+    if (kind == KindBIN) return name + ".bin";
+    return name;
+}
+
+// A table's folder: its position from 01 and its name, of which only letters and digits are kept, so
+// that no name can lead out of the target folder.
+std::string TableFolderName(int position, const std::string& heading) {
+    std::string name = (position < 10 ? "0" : "") + std::to_string(position);
+    std::string tag;
+    for (char c : TableOfHeading(heading)) {
+        if ((c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) tag += c;
+    }
+    return tag.empty() ? name : name + "-" + tag;
+}
+
+// name itself if it is still free in this folder, else ID-2, ID-3, ... before the extension.
+std::string DistinctName(const std::string& name, std::set<std::string>& used) {
+    std::string candidate = name;
+    const size_t dot = name.find('.');
+    const std::string stem = name.substr(0, dot);
+    const std::string extension = dot == std::string::npos ? "" : name.substr(dot);
+    for (int n = 2; used.count(candidate) != 0; ++n) candidate = stem + "-" + std::to_string(n) + extension;
+    used.insert(candidate);
+    return candidate;
+}
+
+// One entry to copy out, and the file it goes to.
+struct PlannedCopy {
+    size_t Row = 0;
+    std::string Path;
+};
+
+// Copies every planned entry, making the folders of a folder output (-o DIR, extract-all) as needed.
+// With --keep-going a failure is noted and the rest go on; without, the files written so far are
+// removed. True when all were written or kept.
+bool CopyEntries(const Options& options, ReadOnlyFile& archive, const std::vector<PlannedCopy>& plan, bool makeFolders,
+                 Outputs& outputs, CliHost* progress) {
+    for (const PlannedCopy& copy : plan)
+        if (!outputs.IsSafe(copy.Path)) return false;  // before anything is written
+    int done = 0, failed = 0;
+    std::vector<uint8_t> bytes;
+    for (const PlannedCopy& copy : plan) {
+        const fs::path folder = fs::path(copy.Path).parent_path();
+        std::error_code error;
+        if (makeFolders && !folder.empty()) fs::create_directories(folder, error);
+        bool ok = false;
+        if (error) {
+            Complain(options.Command, folder.string(), error.message());
+        } else if (Outcome read = ReadEntryBytes(archive, DRSCatalogue[copy.Row], bytes); !read) {
+            Complain(options.Command, copy.Path, "ID " + std::to_string(DRSCatalogue[copy.Row].ID) + ": " + read.Detail);
+        } else {
+            ok = outputs.Write(copy.Path, bytes) != Outputs::Result::Failed;
+        }
+        if (!ok && !options.KeepGoing) {
+            outputs.RemoveWritten();
+            return false;
+        }
+        failed += ok ? 0 : 1;
+        if (progress) progress->ShowProgress(++done, static_cast<int>(plan.size()));
+    }
+    if (progress) progress->EndProgress();
+    if (failed > 0) {
+        Complain(options.Command, options.Out.empty() ? options.OutFolder : options.Out,
+                 std::to_string(static_cast<int>(plan.size()) - failed) + " entries written or kept, " + std::to_string(failed) +
+                     " failed");
+    }
+    return failed == 0;
+}
+
+// ---- the multi-file exports ----------------------------------------------------------------------
+
+// Runs an export into a staging folder beside the outputs, then places its files under their names,
+// in the order given. Nothing lands under a name before the whole export has run; without
+// --keep-going a failure leaves no file of this run behind.
+template <typename Export>
+int StageAndPlace(const Options& options, const std::string& name, const std::string& base,
+                  const std::vector<std::string>& outputsInOrder, Outputs& outputs, Export run) {
+    for (const std::string& path : outputsInOrder)
+        if (!outputs.IsSafe(path)) return ExitFailed;
+    StagingFolder staging(base);
+    if (!staging.Made()) {
+        Complain(options.Command, options.Out, staging.Error());
+        return ExitFailed;
+    }
+    const Outcome exported = run(staging.Path() + FileOfPath(base));
+    if (!exported) {
+        Complain(options.Command, name, ReasonOf(exported.Detail, name));
+        if (!options.KeepGoing) return ExitFailed;
+    }
+    int failed = 0;
+    for (const std::string& path : outputsInOrder) {
+        const std::string staged = staging.Path() + FileOfPath(path);
+        std::error_code error;
+        if (!fs::exists(staged, error)) continue;
+        if (outputs.Place(staged, path) == Outputs::Result::Failed) {
+            if (!options.KeepGoing) {
+                outputs.RemoveWritten();
+                return ExitFailed;
+            }
+            ++failed;
+        }
+    }
+    if (!exported || failed > 0) {
+        Complain(options.Command, options.Out, std::to_string(outputs.WrittenCount()) + " files written, " + std::to_string(failed) +
+                                                   " failed");
+        return ExitFailed;
+    }
+    return ExitOk;
+}
+
+// The base path of an export from the name given, as the save dialog would hand it back: absolute,
+// without its extension.
+bool ExportBase(const Options& options, std::string& base) {
+    if (options.Out == "-") {
+        Usage(options, "writes several files: give a name such as out/walk.bmp, not -");
+        return false;
+    }
+    std::error_code error;
+    const fs::path absolute = fs::absolute(options.Out, error);
+    if (error) {
+        Complain(options.Command, options.Out, error.message());
+        return false;
+    }
+    base = ExportBasePath(absolute.string());
+    return true;
+}
+
+}  // namespace
+
+// ---- the commands ----------------------------------------------------------------------------------
+
+int RunList(const Options& options) {
+    CliHost host(options.Force);
+    ReadOnlyFile archive;
+    Outputs outputs(options.Command, false);
+    if (!LoadArchive(options.Command, options.Source, options.Force, archive, host, outputs)) return ExitFailed;
+    const std::vector<ListRow>& rows = host.Rows();
+    std::string text = options.Long ? "row\ttext\tkind\tid\toffset\tsize\n" : "";
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const CatalogueRow& entry = CatalogueAt(i);
+        if (options.Long) text += std::to_string(i) + '\t' + rows[i].Text + '\t' + KindName(rows[i].ItemData);
+        else text += rows[i].Text + '\t' + std::to_string(rows[i].ItemData);
+        text += '\t' + std::to_string(entry.ID) + '\t' + std::to_string(entry.Offset) + '\t' + std::to_string(entry.Size) + '\n';
+    }
+    return WriteStandardOutput(options.Command, text) ? ExitOk : ExitFailed;
+}
+
+int RunExtract(const Options& options) {
+    const std::vector<std::string>& args = options.Positionals;
+    const bool byID = !options.IDs.empty();
+    if (!byID && (!options.OutFolder.empty() || !options.Table.empty())) return Usage(options, "-o and --table go with --id");
+    if (!byID && args.size() != 2) return Usage(options, "give ARCHIVE ROW OUT, or ARCHIVE --id ID OUT");
+    if (byID && options.OutFolder.empty() && (args.size() != 1 || options.IDs.size() != 1)) {
+        return Usage(options, options.IDs.size() > 1 ? "several IDs go into a folder: -o DIR" : "give ARCHIVE --id ID OUT");
+    }
+    if (byID && !options.OutFolder.empty() && !args.empty()) return Usage(options, "give either OUT or -o DIR");
+    int32_t row = 0;
+    if (!byID) {
+        const std::string& text = args[0];
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), row);
+        if (error != std::errc() || end != text.data() + text.size()) return Usage(options, "ROW is a number from the list, not " + text);
+    }
+
+    CliHost host(options.Force);
+    ReadOnlyFile archive;
+    Outputs outputs(options.Command, options.NoClobber);
+    if (!LoadArchive(options.Command, options.Source, options.Force, archive, host, outputs)) return ExitFailed;
+    const std::vector<ListRow>& rows = host.Rows();
+    if (!TableExists(options.Command, options.Source, rows, options.Table)) return ExitFailed;
+
+    std::vector<PlannedCopy> plan;
+    if (!byID) {
+        if (row < 0 || static_cast<size_t>(row) >= rows.size()) {
+            Complain(options.Command, options.Source, "has rows 0 to " + std::to_string(static_cast<int64_t>(rows.size()) - 1) +
+                                                          "; there is no row " + std::to_string(row));
+            return ExitFailed;
+        }
+        if (rows[static_cast<size_t>(row)].ItemData == KindHeading) {
+            Complain(options.Command, options.Source, "row " + std::to_string(row) + " is the heading of table " +
+                                                          TableOfHeading(rows[static_cast<size_t>(row)].Text) + ", not an entry");
+            return ExitFailed;
+        }
+        plan.push_back({static_cast<size_t>(row), args[1]});
+    } else if (options.OutFolder.empty()) {
+        const std::optional<ListedEntry> entry = OneEntryWithID(options.Command, options.Source, rows, options.IDs[0], options.Table);
+        if (!entry) return ExitFailed;
+        plan.push_back({entry->Row, args[0]});
+    } else {
+        std::set<std::string> used;
+        for (int32_t id : options.IDs) {
+            const std::vector<ListedEntry> entries = EntriesWithID(rows, id, options.Table);
+            if (entries.empty()) {
+                Complain(options.Command, options.Source, "no entry has ID " + std::to_string(id) +
+                                                              (options.Table.empty() ? "" : " in table " + options.Table));
+                return ExitFailed;
+            }
+            for (const ListedEntry& entry : entries) {
+                plan.push_back({entry.Row, (fs::path(options.OutFolder) / DistinctName(ProposedName(entry.Kind, id), used)).string()});
+            }
+        }
+    }
+    if (plan.size() == 1 && plan[0].Path == "-") {  // standard output: no folder, nothing to plan
+        std::vector<uint8_t> bytes;
+        if (Outcome read = ReadEntryBytes(archive, DRSCatalogue[plan[0].Row], bytes); !read) {
+            Complain(options.Command, options.Source, "ID " + std::to_string(DRSCatalogue[plan[0].Row].ID) + ": " + read.Detail);
+            return ExitFailed;
+        }
+        return outputs.Write("-", bytes) == Outputs::Result::Failed ? ExitFailed : ExitOk;
+    }
+    return CopyEntries(options, archive, plan, !options.OutFolder.empty(), outputs, nullptr) ? ExitOk : ExitFailed;
+}
+
+int RunExtractAll(const Options& options) {
+    CliHost host(options.Force);
+    ReadOnlyFile archive;
+    Outputs outputs(options.Command, options.NoClobber);
+    if (!LoadArchive(options.Command, options.Source, options.Force, archive, host, outputs)) return ExitFailed;
+    const std::vector<ListRow>& rows = host.Rows();
+    if (!TableExists(options.Command, options.Source, rows, options.Table)) return ExitFailed;
+
+    std::vector<PlannedCopy> plan;
+    fs::path folder;
+    bool wanted = false;
+    int tables = 0;
+    std::set<std::string> used;
+    for (size_t i = 0; i < rows.size(); ++i) {
+        if (rows[i].ItemData == KindHeading) {
+            folder = fs::path(options.Out) / TableFolderName(++tables, rows[i].Text);
+            wanted = options.Table.empty() || SameTable(TableOfHeading(rows[i].Text), options.Table);
+            used.clear();
+            continue;
+        }
+        if (!wanted) continue;
+        plan.push_back({i, (folder / DistinctName(ProposedName(rows[i].ItemData, CatalogueAt(i).ID), used)).string()});
+    }
+    return CopyEntries(options, archive, plan, true, outputs, &host) ? ExitOk : ExitFailed;
+}
+
+int RunInfo(const Options& options) {
+    Outputs outputs(options.Command, false);
+    SLPFile sprite;
+    std::string name;
+    std::vector<SLPFrameInfo> frames;
+    if (!OpenSprite(options, outputs, sprite, name, frames)) return ExitFailed;
+    std::string text = "frames " + std::to_string(frames.size()) + '\n';
+    for (size_t i = 0; i < frames.size(); ++i) {
+        const SLPFrameInfo& f = frames[i];
+        for (int32_t field : {int32_t(i + 1), f.Width, f.Height, f.HotspotX, f.HotspotY, f.CommandTableOffset,
+                              f.OutlineTableOffset, f.PaletteOffset})
+            text += std::to_string(field) + '\t';
+        text += std::to_string(f.Properties) + '\n';
+    }
+    if (!WriteStandardOutput(options.Command, text)) return ExitFailed;
+
+    // Every frame is decoded, so that damage behind a sound frame table shows too.
+    CliHost host;
+    cDIBSection image, mask;
+    int damaged = 0;
+    for (size_t i = 0; i < frames.size(); ++i) {
+        const DecodeResult decoded = DecodeSLPFrame(sprite, frames[i], image, mask, false, host);
+        if (decoded.Code != DecodeDamaged) continue;
+        Complain(options.Command, name, "frame " + std::to_string(i + 1) + ": " + decoded.Detail);
+        ++damaged;
+    }
+    return damaged == 0 ? ExitOk : ExitFailed;
+}
+
+int RunFrame(const Options& options) {
+    Outputs outputs(options.Command, options.NoClobber);
+    SLPFile sprite;
+    std::string name;
+    std::vector<SLPFrameInfo> frames;
+    if (!OpenSprite(options, outputs, sprite, name, frames)) return ExitFailed;
+    if (options.Frame < 1 || static_cast<size_t>(options.Frame) > frames.size()) {
+        Complain(options.Command, name, "has frames 1 to " + std::to_string(frames.size()) + "; there is no frame " +
+                                            std::to_string(options.Frame));
+        return ExitFailed;
+    }
+    CliHost host;
+    if (!PrepareColours(options, host, outputs)) return ExitFailed;
+    cDIBSection image, mask;
+    const DecodeResult decoded =
+        DecodeSLPFrame(sprite, frames[static_cast<size_t>(options.Frame - 1)], image, mask, false, host, ScreenColours());
+    if (decoded.Code == DecodeDamaged) {
+        Complain(options.Command, name, "frame " + std::to_string(options.Frame) + ": " + decoded.Detail);
+        return ExitFailed;
+    }
+    return outputs.Write(options.Out, image.EncodeBitmap()) == Outputs::Result::Failed ? ExitFailed : ExitOk;
+}
+
+int RunSequence(const Options& options) {
+    Outputs outputs(options.Command, options.NoClobber);
+    SLPFile sprite;
+    std::string name, base;
+    std::vector<SLPFrameInfo> frames;
+    CliHost host;
+    if (!ExportBase(options, base) || !OpenSprite(options, outputs, sprite, name, frames) ||
+        !PrepareColours(options, host, outputs)) {
+        return ExitFailed;
+    }
+    std::vector<std::string> files;
+    for (size_t i = 1; i <= frames.size(); ++i) files.push_back(base + PadFrameNumber(static_cast<int32_t>(i)) + ".bmp");
+    return StageAndPlace(options, name, base, files, outputs,
+                         [&](const std::string& staged) { return ExportSequence(sprite, staged, host); });
+}
+
+int RunSLX(const Options& options) {
+    Outputs outputs(options.Command, options.NoClobber);
+    SLPFile sprite;
+    std::string name, base;
+    std::vector<SLPFrameInfo> frames;
+    CliHost host;
+    if (!ExportBase(options, base) || !OpenSprite(options, outputs, sprite, name, frames) ||
+        !PrepareColours(options, host, outputs)) {
+        return ExitFailed;
+    }
+    std::vector<std::string> files;  // the bitmaps first: the list goes last, once what it names is there
+    for (size_t i = 1; i <= frames.size(); ++i) {
+        files.push_back(base + std::to_string(i) + "c.bmp");
+        files.push_back(base + std::to_string(i) + "d.bmp");
+    }
+    files.push_back(base + ".slx");
+    return StageAndPlace(options, name, base, files, outputs,
+                         [&](const std::string& staged) { return ExportSLX(sprite, staged, host); });
+}
+
+int RunPalette(const Options& options) {
+    CliHost host;
+    if (!LoadPaletteFile(options.Command, options.Source, host)) return ExitFailed;
+    std::string text;
+    for (uint32_t colour : Palette)
+        text += std::to_string(colour & 0xFF) + ' ' + std::to_string(colour >> 8 & 0xFF) + ' ' + std::to_string(colour >> 16 & 0xFF) + '\n';
+    return WriteStandardOutput(options.Command, text) ? ExitOk : ExitFailed;
+}

@@ -1,0 +1,177 @@
+#include "cli/Inputs.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+
+#include "archive/DRSCode.h"
+#include "archive/UsefulCode.h"
+
+namespace {
+
+// An archive's offsets are 32-bit signed: nothing past 2 GiB can be reached.
+constexpr size_t MaxArchiveBytes = size_t{1} << 31;
+
+std::string Lower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+    return text;
+}
+
+}  // namespace
+
+std::string UnreadableReason(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) return std::strerror(errno);
+    if (S_ISDIR(status.st_mode)) return std::strerror(EISDIR);
+    if (!S_ISREG(status.st_mode)) return "not a regular file (give - to read standard input)";
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return std::strerror(errno);
+    ::close(fd);
+    return "cannot be read";
+}
+
+std::string ReasonOf(const std::string& detail, const std::string& path) {
+    if (!path.empty() && detail.starts_with(path + ": ")) return detail.substr(path.size() + 2);
+    if (!path.empty() && detail.starts_with(path + " ")) return detail.substr(path.size() + 1);
+    return detail;
+}
+
+bool ReadStandardInput(const std::string& command, size_t maxBytes, std::vector<uint8_t>& bytes) {
+    bytes.clear();
+    uint8_t block[1 << 16];
+    for (;;) {
+        const ssize_t got = ::read(STDIN_FILENO, block, sizeof block);
+        if (got == 0) return true;
+        if (got < 0) {
+            if (errno == EINTR) continue;
+            Complain(command, "standard input", std::strerror(errno));
+            return false;
+        }
+        if (bytes.size() + static_cast<size_t>(got) > maxBytes) {
+            Complain(command, "standard input", "more than " + std::to_string(maxBytes) + " bytes; that is larger than Brindle reads");
+            return false;
+        }
+        bytes.insert(bytes.end(), block, block + got);
+    }
+}
+
+bool LoadArchive(const std::string& command, const std::string& path, bool force, ReadOnlyFile& archive, CliHost& host,
+                 Outputs& outputs) {
+    if (path == "-") {
+        std::vector<uint8_t> bytes;
+        if (!ReadStandardInput(command, MaxArchiveBytes, bytes)) return false;
+        archive.OpenBytes("standard input", std::move(bytes));
+    } else if (!archive.Open(path)) {
+        Complain(command, path, UnreadableReason(path));
+        return false;
+    }
+    outputs.AddInput(path);
+    const CatalogueResult read = ReadDRSCatalogue(archive, host);
+    if (read.Code == CatalogueBuilt) return true;
+    if (read.Code == CatalogueRefused && !force) {
+        Complain(command, path, "not a DRS archive (use --force to read it anyway)");
+    } else {
+        Complain(command, path, "damaged archive: " + read.Detail);
+    }
+    return false;
+}
+
+std::string TableOfHeading(const std::string& heading) {
+    const size_t end = heading.rfind(" (");
+    if (!heading.starts_with("--") || end == std::string::npos || end < 2) return heading;
+    return heading.substr(2, end - 2);
+}
+
+bool SameTable(const std::string& a, const std::string& b) { return Lower(a) == Lower(b); }
+
+std::vector<ListedEntry> EntriesWithID(const std::vector<ListRow>& rows, int32_t id, const std::string& table) {
+    std::vector<ListedEntry> found;
+    std::string current;
+    for (size_t row = 0; row < rows.size() && row < DRSCatalogue.size(); ++row) {
+        if (rows[row].ItemData == KindHeading) {
+            current = TableOfHeading(rows[row].Text);
+            continue;
+        }
+        if (DRSCatalogue[row].ID != id) continue;
+        if (!table.empty() && !SameTable(current, table)) continue;
+        found.push_back({row, rows[row].ItemData, current});
+    }
+    return found;
+}
+
+bool TableExists(const std::string& command, const std::string& archive, const std::vector<ListRow>& rows,
+                 const std::string& table) {
+    if (table.empty()) return true;
+    for (const ListRow& row : rows)
+        if (row.ItemData == KindHeading && SameTable(TableOfHeading(row.Text), table)) return true;
+    Complain(command, archive, "has no table " + table);
+    return false;
+}
+
+std::optional<ListedEntry> OneEntryWithID(const std::string& command, const std::string& archive,
+                                          const std::vector<ListRow>& rows, int32_t id, const std::string& table) {
+    const std::vector<ListedEntry> found = EntriesWithID(rows, id, table);
+    const std::string which = "ID " + std::to_string(id);
+    if (found.empty()) {
+        Complain(command, archive, "no entry has " + which + (table.empty() ? "" : " in table " + table));
+        return std::nullopt;
+    }
+    if (found.size() == 1) return found.front();
+
+    std::string tables, listRows;
+    for (const ListedEntry& entry : found) {
+        if (tables.find(entry.Table) == std::string::npos) tables += (tables.empty() ? "" : ", ") + entry.Table;
+        listRows += (listRows.empty() ? "" : ", ") + std::to_string(entry.Row);
+    }
+    const bool oneTable = std::all_of(found.begin(), found.end(), [&](const ListedEntry& e) { return e.Table == found[0].Table; });
+    if (oneTable) {
+        Complain(command, archive, which + " stands " + std::to_string(found.size()) + " times in table " + found[0].Table +
+                                       "; give the row instead (rows " + listRows + ")");
+    } else {
+        Complain(command, archive, which + " is in the tables " + tables + "; choose one with --table");
+    }
+    return std::nullopt;
+}
+
+bool LoadSprite(const std::string& command, const std::string& source, const std::vector<int32_t>& ids,
+                const std::string& table, bool force, Outputs& outputs, SLPFile& sprite, std::string& name) {
+    sprite.Bytes.clear();
+    if (!ids.empty()) {
+        if (ids.size() > 1) {
+            Complain(command, source, "takes one sprite: give --id once");
+            return false;
+        }
+        CliHost host(force);
+        ReadOnlyFile archive;
+        if (!LoadArchive(command, source, force, archive, host, outputs)) return false;
+        if (!TableExists(command, source, host.Rows(), table)) return false;
+        const std::optional<ListedEntry> entry = OneEntryWithID(command, source, host.Rows(), ids[0], table);
+        if (!entry) return false;
+        name = (source == "-" ? std::string("standard input") : source) + " (ID " + std::to_string(ids[0]) + ")";
+        if (entry->Kind != KindSLP) {
+            Complain(command, name, "is not in a table of sprites (SLP)");
+            return false;
+        }
+        if (Outcome read = ReadEntryBytes(archive, DRSCatalogue[entry->Row], sprite.Bytes); !read) {
+            Complain(command, name, read.Detail);
+            return false;
+        }
+    } else if (source == "-") {
+        name = "standard input";
+        if (!ReadStandardInput(command, MaxSLPFileBytes, sprite.Bytes)) return false;
+    } else {
+        name = source;
+        if (Outcome read = ReadWholeFile(source, MaxSLPFileBytes, sprite.Bytes); !read) {
+            Complain(command, source, read.Detail.starts_with("cannot open") ? UnreadableReason(source) : ReasonOf(read.Detail, source));
+            return false;
+        }
+        outputs.AddInput(source);
+    }
+    sprite.Path = name;
+    return true;
+}

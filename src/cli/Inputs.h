@@ -1,0 +1,55 @@
+#pragma once
+// What brindle-cli's commands read: archives, their entries by row or by ID, sprites and palettes.
+// A name "-" is standard input. Each loader says what went wrong in one line and returns false.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/CliHost.h"
+#include "cli/Outputs.h"
+#include "shell/Files.h"
+#include "slp/SLPCodeNew.h"
+
+// The one-line reason a file can't be read: the system's own words where it has them.
+std::string UnreadableReason(const std::string& path);
+
+// A core routine's detail without the file name it begins with, which the line names already.
+std::string ReasonOf(const std::string& detail, const std::string& path);
+
+// Opens an archive (or standard input) and reads its catalogue into DRSCatalogue and the host's rows.
+// The archive becomes an input of outputs.
+bool LoadArchive(const std::string& command, const std::string& path, bool force, ReadOnlyFile& archive, CliHost& host,
+                 Outputs& outputs);
+
+// One entry of the list: its row, its kind and the name of its table as the heading shows it.
+struct ListedEntry {
+    size_t Row = 0;
+    int32_t Kind = 0;
+    std::string Table;
+};
+
+// The table's name in a heading row "--SLP (3)--": "SLP".
+std::string TableOfHeading(const std::string& heading);
+// Whether two table names are the same, in any case.
+bool SameTable(const std::string& a, const std::string& b);
+
+// The entries of that ID, in list order; with a table name, only that table's (any case).
+std::vector<ListedEntry> EntriesWithID(const std::vector<ListRow>& rows, int32_t id, const std::string& table);
+
+// The one entry of that ID, or nothing after a line that says why there is none or more than one.
+std::optional<ListedEntry> OneEntryWithID(const std::string& command, const std::string& archive,
+                                          const std::vector<ListRow>& rows, int32_t id, const std::string& table);
+
+// Whether the table filter names a table of the archive; says so when it doesn't.
+bool TableExists(const std::string& command, const std::string& archive, const std::vector<ListRow>& rows,
+                 const std::string& table);
+
+// A sprite into memory: the SLP file at source, standard input for "-", or, with an ID, that entry of
+// the archive at source. name is what the messages call it.
+bool LoadSprite(const std::string& command, const std::string& source, const std::vector<int32_t>& ids,
+                const std::string& table, bool force, Outputs& outputs, SLPFile& sprite, std::string& name);
+
+// Reads all of standard input, refusing more than maxBytes.
+bool ReadStandardInput(const std::string& command, size_t maxBytes, std::vector<uint8_t>& bytes);
