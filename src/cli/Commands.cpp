@@ -267,8 +267,10 @@ int RunExtract(const Options& options) {
     std::vector<PlannedCopy> plan;
     if (!byID) {
         if (row < 0 || static_cast<size_t>(row) >= rows.size()) {
+            const bool isAnID = !EntriesWithID(rows, row, "").empty();  // the number most people see is the ID
             Complain(options.Command, options.Source, "has rows 0 to " + std::to_string(static_cast<int64_t>(rows.size()) - 1) +
-                                                          "; there is no row " + std::to_string(row));
+                                                          "; there is no row " + std::to_string(row) +
+                                                          (isAnID ? " (for the entry of that ID: --id " + std::to_string(row) + ")" : ""));
             return ExitFailed;
         }
         if (rows[static_cast<size_t>(row)].ItemData == KindHeading) {

@@ -58,6 +58,7 @@ TEST_F(CliTest, ExtractCopiesOneRowAndRefusesRowsOutsideTheList) {
     EXPECT_EQ(ReadFileBytes(dir / "e.slp"), (Bytes{4, 5}));
     EXPECT_TRUE(Run("extract '" + archive + "' 8 x").SaysInOneLine("has rows 0 to 7; there is no row 8"));
     EXPECT_EQ(Run("extract '" + archive + "' -1 x").Code, 1);
+    EXPECT_TRUE(Run("extract '" + archive + "' 12 x").SaysInOneLine("there is no row 12 (for the entry of that ID: --id 12)"));
     // A heading is no entry: refused, and no empty file stands for it.
     EXPECT_TRUE(Run("extract test.drs 0 x").SaysInOneLine("row 0 is the heading of table SLP, not an entry"));
     EXPECT_FALSE(fs::exists(dir / "x"));
