@@ -44,6 +44,20 @@ void BM_ShowLargeText(benchmark::State& state) {
 }
 BENCHMARK(BM_ShowLargeText)->Unit(benchmark::kMillisecond);
 
+// A text entry of one line of 1 MiB with no place to break it, such as a run of zero bytes.
+void BM_ShowOneLongLine(benchmark::State& state) {
+    const std::string text(size_t{1} << 20, 'a');
+    RichTextBox box(nullptr);
+    box.resize(400, 300);
+    box.show();
+    for (auto _ : state) {
+        box.SetTextRTF(TextPreviewOfText(text, 7).Rtf);
+        QApplication::processEvents();
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(text.size()));
+}
+BENCHMARK(BM_ShowOneLongLine)->Unit(benchmark::kMillisecond);
+
 }  // namespace
 
 int main(int argc, char** argv) {

@@ -37,8 +37,18 @@ ListBox::ListBox(QWidget* parent) : QListView(parent), rows_(this) {
     setSelectionMode(QAbstractItemView::SingleSelection);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     connect(selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& current) {
-        if (current.isValid()) emit Click();
+        if (current.isValid() && !focusing_) emit Click();
     });
+}
+
+void ListBox::focusInEvent(QFocusEvent* event) {
+    // Taking the focus with no row selected, by Tab or as the window comes back, Qt makes the first row
+    // current; a selection is only ever the user's, so it is taken back at once.
+    const bool noneSelected = !currentIndex().isValid();
+    focusing_ = true;
+    QListView::focusInEvent(event);
+    if (noneSelected && currentIndex().isValid()) selectionModel()->clearCurrentIndex();
+    focusing_ = false;
 }
 
 void ListBox::Clear() { rows_.Clear(); }
@@ -58,7 +68,12 @@ void ListBox::SetListIndex(int index) {
     setCurrentIndex(rows_.index(index));
 }
 
+// Only the left button selects, as in a desktop list box; the others do nothing here.
 void ListBox::mousePressEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton) {
+        event->accept();
+        return;
+    }
     const int before = ListIndex();
     QListView::mousePressEvent(event);
     // A click on the row that is already selected runs the selection again, as a user expects of a
@@ -69,9 +84,28 @@ void ListBox::mousePressEvent(QMouseEvent* event) {
     }
 }
 
+void ListBox::mouseMoveEvent(QMouseEvent* event) {
+    if (event->buttons() & ~Qt::LeftButton) {  // a drag with another button selects nothing either
+        event->accept();
+        return;
+    }
+    QListView::mouseMoveEvent(event);
+}
+
+void ListBox::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton) {
+        event->accept();
+        return;
+    }
+    QListView::mouseReleaseEvent(event);
+}
+
 RichTextBox::RichTextBox(QWidget* parent) : QPlainTextEdit(parent) {
     setReadOnly(true);
     setUndoRedoEnabled(false);
+    // Lines stand as the entry has them, with a scroll bar: wrapping a long line with no place to break
+    // costs time that grows with the square of its length, minutes for the longest lines an entry holds.
+    setLineWrapMode(QPlainTextEdit::NoWrap);
 }
 
 void RichTextBox::SetText(const std::string& text) {

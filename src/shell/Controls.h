@@ -53,15 +53,19 @@ signals:
     void Click();
 
 protected:
+    void focusInEvent(QFocusEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
     ListRowsModel rows_;
+    bool focusing_ = false;  // Qt makes a row current as the list takes the focus: no selection
 };
 
 // A read-only rich text view that is given its text as RTF source, or as plain text. It is built on
 // the plain text view, whose lazy layout shows a text entry of megabytes eight times sooner; coloured
-// runs are all the RTF asks of it.
+// runs are all the RTF asks of it. Lines are not wrapped.
 class RichTextBox : public QPlainTextEdit {
 public:
     explicit RichTextBox(QWidget* parent);

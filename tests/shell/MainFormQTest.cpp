@@ -353,6 +353,30 @@ private slots:
         }
     }
 
+    void onlyALeftClickOrAKeySelectsARow() {
+        Open(archivePath);
+        form->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(form.get()));
+        const size_t copies = TempCopies().size();
+        // The list gets the focus by Tab, by the window coming back, and by a click of another button.
+        form->ResDisplayText->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(form->ResDisplayText, Qt::Key_Backtab);
+        QCOMPARE(QApplication::focusWidget(), form->DRSFilesList);
+        form->DRSFilesList->clearFocus();
+        form->DRSFilesList->setFocus(Qt::ActiveWindowFocusReason);
+        QCOMPARE(form->DRSFilesList->ListIndex(), -1);
+        const QPoint row = form->DRSFilesList->visualRect(form->DRSFilesList->model()->index(Walker, 0)).center();
+        QTest::mouseClick(form->DRSFilesList->viewport(), Qt::RightButton, {}, row);
+        QTest::mouseClick(form->DRSFilesList->viewport(), Qt::MiddleButton, {}, row);
+        QCOMPARE(form->DRSFilesList->ListIndex(), -1);
+        QCOMPARE(TempCopies().size(), copies);  // no selection ran
+
+        QTest::mouseClick(form->DRSFilesList->viewport(), Qt::LeftButton, {}, row);
+        QCOMPARE(form->DRSFilesList->ListIndex(), int(Walker));
+        QTest::keyClick(form->DRSFilesList, Qt::Key_Down);
+        QCOMPARE(form->DRSFilesList->ListIndex(), int(Flag));
+    }
+
     void draggingMovesOnEverySecondEvent() {
         Open(archivePath);
         form->DRSFilesList->SetListIndex(Flag);
