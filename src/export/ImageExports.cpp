@@ -1,0 +1,155 @@
+#include "export/ImageExports.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "export/ImageFiles.h"
+#include "shell/Functions.h"
+
+namespace {
+
+std::string SheetJsonName(const std::string& out) { return ExportBasePath(out) + ".json"; }
+
+nlohmann::ordered_json Rect(int64_t x, int64_t y, int64_t w, int64_t h) { return {{"x", x}, {"y", y}, {"w", w}, {"h", h}}; }
+nlohmann::ordered_json Size(int64_t w, int64_t h) { return {{"w", w}, {"h", h}}; }
+
+Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, const ImageExportOptions& options,
+                    const std::string& out, std::vector<NamedFile>& files, Host& host) {
+    CanvasBounds canvas;
+    if (Outcome measured = CheckedCanvas(frames, canvas); !measured) return measured;
+    const SheetLayout layout = LayOutSheet(frames);
+    if (layout.Width > MaxSheetSide || layout.Height > MaxSheetSide) {
+        return Outcome::Failure("a sheet of " + std::to_string(layout.Width) + " x " + std::to_string(layout.Height) +
+                                " pixels is larger than 16384 on a side");
+    }
+    if (int64_t{layout.Width} * layout.Height > int64_t{MaxSheetSide} * MaxSheetSide / 4) {
+        return Outcome::Failure("a sheet of " + std::to_string(layout.Width) + " x " + std::to_string(layout.Height) +
+                                " pixels is larger than Brindle writes");
+    }
+
+    RgbaPicture sheet, frame;
+    sheet.Resize(std::max(layout.Width, 1), std::max(layout.Height, 1));
+    const std::string base = FileOfPath(ExportBasePath(out));
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (int32_t number = 1; number <= int32_t(frames.size()); ++number) {
+        if (Outcome decoded = DecodeRgbaFrame(sprite, frames, number, options.Rgba, frame, host); !decoded) return decoded;
+        const auto [x, y] = layout.Places[size_t(number - 1)];
+        for (int32_t row = 0; row < frame.Height; ++row)
+            std::memcpy(sheet.Row(y + row) + 4 * size_t(x), frame.Row(row), 4 * size_t(frame.Width));
+        const SLPFrameInfo& info = frames[size_t(number - 1)];
+        const int64_t onCanvasX = -canvas.MinX - info.HotspotX, onCanvasY = -canvas.MinY - info.HotspotY;
+        const bool trimmed = onCanvasX != 0 || onCanvasY != 0 || frame.Width != canvas.Width() || frame.Height != canvas.Height();
+        list.push_back({{"filename", base + "_" + PadFrameNumber(number)},
+                        {"frame", Rect(x, y, frame.Width, frame.Height)},
+                        {"rotated", false},
+                        {"trimmed", trimmed},
+                        {"spriteSourceSize", Rect(onCanvasX, onCanvasY, frame.Width, frame.Height)},
+                        {"sourceSize", Size(canvas.Width(), canvas.Height())},
+                        {"duration", std::lround(1000.0 / std::clamp(options.Fps, 1, 1000))},
+                        {"hotspot", {{"x", info.HotspotX}, {"y", info.HotspotY}}}});
+    }
+    nlohmann::ordered_json json;
+    json["frames"] = std::move(list);
+    json["meta"] = {{"app", "brindle"},        {"version", BRINDLE_VERSION},
+                    {"image", FileOfPath(out)}, {"format", "RGBA8888"},
+                    {"size", Size(sheet.Width, sheet.Height)}, {"scale", "1"}};
+
+    NamedFile png{out, {}};
+    if (Outcome encoded = EncodePng(sheet, png.Bytes); !encoded) return encoded;
+    const std::string text = json.dump(1, '\t') + "\n";
+    files.push_back(std::move(png));
+    files.push_back({SheetJsonName(out), std::vector<uint8_t>(text.begin(), text.end())});
+    return Outcome::Success();
+}
+
+}  // namespace
+
+SheetLayout LayOutSheet(const std::vector<SLPFrameInfo>& frames) {
+    auto width = [](const SLPFrameInfo& f) { return int64_t{std::max(f.Width, 0)}; };
+    auto height = [](const SLPFrameInfo& f) { return int64_t{std::max(f.Height, 0)}; };
+    int64_t area = 0, widest = 0;
+    for (const SLPFrameInfo& f : frames) {
+        area += width(f) * height(f);
+        widest = std::max(widest, width(f));
+    }
+    const int64_t rowWidth = std::max<int64_t>(widest, int64_t(std::ceil(std::sqrt(double(area)))));
+
+    SheetLayout layout;
+    int64_t x = 0, y = 0, rowHeight = 0, sheetWidth = 0;
+    for (const SLPFrameInfo& f : frames) {
+        if (x > 0 && x + width(f) > rowWidth) {  // a new row
+            y += rowHeight;
+            x = 0;
+            rowHeight = 0;
+        }
+        layout.Places.emplace_back(int32_t(std::min<int64_t>(x, INT32_MAX)), int32_t(std::min<int64_t>(y, INT32_MAX)));
+        x += width(f);
+        rowHeight = std::max(rowHeight, height(f));
+        sheetWidth = std::max(sheetWidth, x);
+    }
+    layout.Width = int32_t(std::min<int64_t>(sheetWidth, INT32_MAX));
+    layout.Height = int32_t(std::min<int64_t>(y + rowHeight, INT32_MAX));
+    return layout;
+}
+
+std::vector<std::string> ImageExportNames(ImageFormat format, const ImageExportOptions& options, const std::string& out,
+                                          int32_t frameCount) {
+    switch (format) {
+    case ImageFormat::Png: {
+        if (options.Frame > 0) return {out};
+        std::vector<std::string> names;
+        for (int32_t i = 1; i <= frameCount; ++i) names.push_back(ExportBasePath(out) + PadFrameNumber(i) + ".png");
+        return names;
+    }
+    case ImageFormat::Sheet: return {out, SheetJsonName(out)};
+    default: return {out};
+    }
+}
+
+Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExportOptions& options, const std::string& out,
+                     std::vector<NamedFile>& files, std::vector<std::string>& notes, Host& host) {
+    files.clear();
+    notes.clear();
+    SLPHeader header;
+    std::vector<SLPFrameInfo> frames;
+    if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) return read;
+
+    if (format == ImageFormat::Sheet) return ExportSheet(sprite, frames, options, out, files, host);
+    if (format == ImageFormat::Png && options.Frame > 0) {
+        RgbaPicture frame;
+        if (Outcome decoded = DecodeRgbaFrame(sprite, frames, options.Frame, options.Rgba, frame, host); !decoded) return decoded;
+        files.push_back({out, {}});
+        return EncodePng(frame, files.back().Bytes);
+    }
+
+    CanvasBounds canvas;
+    if (Outcome measured = CheckedCanvas(frames, canvas); !measured) return measured;
+    const auto width = int32_t(canvas.Width()), height = int32_t(canvas.Height());
+    if (format == ImageFormat::Png) {
+        const std::vector<std::string> names = ImageExportNames(format, options, out, header.NumFrames);
+        return ForEachCanvasFrame(sprite, options.Rgba, host, [&](int32_t number, const RgbaPicture& picture) {
+            files.push_back({names[size_t(number - 1)], {}});
+            return EncodePng(picture, files.back().Bytes);
+        });
+    }
+    if (format == ImageFormat::Apng) {
+        ApngWriter writer(width, height, header.NumFrames, options.Fps);
+        if (Outcome drawn = ForEachCanvasFrame(sprite, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); });
+            !drawn) {
+            return drawn;
+        }
+        files.push_back({out, {}});
+        return writer.Finish(files.back().Bytes);
+    }
+    GifWriter writer(width, height, options.Fps);
+    if (Outcome drawn = ForEachCanvasFrame(sprite, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); });
+        !drawn) {
+        return drawn;
+    }
+    files.push_back({out, {}});
+    notes = writer.Notes();
+    return writer.Finish(files.back().Bytes);
+}

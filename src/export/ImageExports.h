@@ -1,0 +1,48 @@
+#pragma once
+// A sprite exported for today's engines and editors: PNG with transparency, one frame or a numbered
+// sequence on the common canvas, animated PNG and GIF, and a sprite sheet with its JSON. Every file
+// is built in memory; a damaged frame fails the whole export, so that a caller writes nothing.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "export/Rgba.h"
+#include "shell/Host.h"
+#include "shell/Outcome.h"
+#include "slp/SLPCodeNew.h"
+
+enum class ImageFormat { Png, Apng, Gif, Sheet };
+
+struct ImageExportOptions {
+    RgbaOptions Rgba;
+    int Fps = 10;         // animations and the sheet's durations
+    int32_t Frame = 0;    // Png: this frame alone at its own size; 0 for the sequence on the canvas
+};
+
+// The widest and tallest sheet written, in pixels.
+inline constexpr int32_t MaxSheetSide = 16384;
+
+struct NamedFile {
+    std::string Path;
+    std::vector<uint8_t> Bytes;
+};
+
+// The names an export writes for the name `out` (base: `out` without its extension):
+// Png of one frame: out. Png: base + "001.png", base + "002.png", ... Apng, Gif: out.
+// Sheet: out, and base + ".json".
+std::vector<std::string> ImageExportNames(ImageFormat format, const ImageExportOptions& options, const std::string& out,
+                                          int32_t frameCount);
+
+// Builds the files of the export, in the order of ImageExportNames. notes gets what a caller should
+// pass on although the export succeeded (colours a GIF frame had to merge).
+Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExportOptions& options, const std::string& out,
+                     std::vector<NamedFile>& files, std::vector<std::string>& notes, Host& host);
+
+// A sheet's layout: each frame at its own size, in frame order, left to right in rows no wider than
+// about the square root of their total area; none overlaps another.
+struct SheetLayout {
+    int32_t Width = 0, Height = 0;
+    std::vector<std::pair<int32_t, int32_t>> Places;  // top left of each frame in the sheet
+};
+SheetLayout LayOutSheet(const std::vector<SLPFrameInfo>& frames);

@@ -1,0 +1,91 @@
+#include "export/Rgba.h"
+
+#include <algorithm>
+#include <cstring>
+
+void RgbaPicture::Resize(int32_t width, int32_t height) {
+    Width = std::max(width, 0);
+    Height = std::max(height, 0);
+    Pixels.assign(size_t(Width) * size_t(Height) * 4, 0);
+}
+
+void MapToRgba(const cDIBSection& image, const cDIBSection& mask, const RgbaOptions& options, RgbaPicture& picture) {
+    if (!image.IsCreated() || !mask.IsCreated()) {
+        picture.Resize(0, 0);
+        return;
+    }
+    picture.Resize(image.Width(), image.Height());
+    const auto shadowAlpha = static_cast<uint8_t>(std::clamp(options.ShadowAlpha, 0, 255));
+    for (int32_t y = 0; y < picture.Height; ++y) {
+        const uint8_t* colour = image.RowPointer(y);  // blue, green, red
+        const uint8_t* layer = mask.RowPointer(y);
+        uint8_t* out = picture.Row(y);
+        for (int32_t x = 0; x < picture.Width; ++x, colour += 3, layer += 3, out += 4) {
+            const uint32_t code = uint32_t{layer[2]} | uint32_t{layer[1]} << 8 | uint32_t{layer[0]} << 16;
+            switch (code) {
+            case LayerColour:
+            case LayerPlayer:
+                out[0] = colour[2], out[1] = colour[1], out[2] = colour[0], out[3] = 255;
+                break;
+            case LayerShadow:
+                out[3] = shadowAlpha;  // black
+                break;
+            case LayerOutlineInner:
+                if (options.Outlines) out[2] = 255, out[3] = 255;  // pure blue
+                break;
+            case LayerOutlineOuter:
+                if (options.Outlines) out[0] = 255, out[1] = 255, out[3] = 255;  // yellow
+                break;
+            default:  // transparent, and rows a decode never reached
+                break;
+            }
+        }
+    }
+}
+
+Outcome DecodeRgbaFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, int32_t number,
+                        const RgbaOptions& options, RgbaPicture& picture, Host& host) {
+    if (number < 1 || static_cast<size_t>(number) > frames.size()) {
+        return Outcome::Failure("has frames 1 to " + std::to_string(frames.size()) + "; there is no frame " + std::to_string(number));
+    }
+    cDIBSection image, mask;
+    const DecodeResult decoded = DecodeSLPFrame(sprite, frames[size_t(number - 1)], image, mask, false, host);
+    if (decoded.Code == DecodeDamaged) return Outcome::Failure("frame " + std::to_string(number) + ": " + decoded.Detail);
+    MapToRgba(image, mask, options, picture);
+    return Outcome::Success();
+}
+
+Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bounds) {
+    bounds = MeasureCanvas(frames);
+    if (bounds.Width() < 1 || bounds.Height() < 1 || bounds.Width() > MaxFrameWidth ||
+        bounds.Width() * bounds.Height() > MaxSurfacePixels) {
+        return Outcome::Failure("the frames' hot spots spread them over " + std::to_string(bounds.Width()) + " x " +
+                                std::to_string(bounds.Height()) + " pixels, more than Brindle exports");
+    }
+    return Outcome::Success();
+}
+
+Outcome ForEachCanvasFrame(const SLPFile& sprite, const RgbaOptions& options, Host& host,
+                           const std::function<Outcome(int32_t number, const RgbaPicture& canvas)>& use) {
+    SLPHeader header;
+    std::vector<SLPFrameInfo> frames;
+    if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) return read;
+    CanvasBounds bounds;
+    if (Outcome measured = CheckedCanvas(frames, bounds); !measured) return measured;
+
+    RgbaPicture frame, canvas;
+    for (int32_t number = 1; number <= header.NumFrames; ++number) {
+        if (Outcome decoded = DecodeRgbaFrame(sprite, frames, number, options, frame, host); !decoded) return decoded;
+        canvas.Resize(int32_t(bounds.Width()), int32_t(bounds.Height()));
+        const SLPFrameInfo& info = frames[size_t(number - 1)];
+        const int64_t dx = -bounds.MinX - info.HotspotX, dy = -bounds.MinY - info.HotspotY;
+        for (int32_t y = 0; y < frame.Height; ++y) {
+            const int64_t row = y + dy;
+            if (row < 0 || row >= canvas.Height) continue;
+            const int64_t from = std::max<int64_t>(0, -dx), to = std::min<int64_t>(frame.Width, canvas.Width - dx);
+            if (from < to) std::memcpy(canvas.Row(int32_t(row)) + 4 * (from + dx), frame.Row(y) + 4 * from, size_t(4 * (to - from)));
+        }
+        if (Outcome used = use(number, canvas); !used) return used;
+    }
+    return Outcome::Success();
+}

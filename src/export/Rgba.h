@@ -1,0 +1,52 @@
+#pragma once
+// Sprites as RGBA pictures, for the formats of today's engines and editors. One mapping serves them
+// all, from the decoder's layer codes (the mask surface) and its colours (the image surface):
+//
+//   LayerTransparent                    0, 0, 0, alpha 0
+//   LayerColour, LayerPlayer            the palette colour the decoder drew, alpha 255
+//   LayerShadow                         black, alpha ShadowAlpha (0 leaves shadows out)
+//   LayerOutlineInner, LayerOutlineOuter left out (alpha 0); with Outlines, opaque in the screen's
+//                                       start colours: inner pure blue, outer yellow
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "export/SLPExports.h"
+#include "shell/Host.h"
+#include "shell/Outcome.h"
+#include "slp/SLPCodeNew.h"
+
+struct RgbaOptions {
+    int ShadowAlpha = 128;  // 0 to 255
+    bool Outlines = false;
+};
+
+// R, G, B, A bytes, rows from the top, no padding.
+struct RgbaPicture {
+    int32_t Width = 0;
+    int32_t Height = 0;
+    std::vector<uint8_t> Pixels;
+
+    void Resize(int32_t width, int32_t height);  // all transparent
+    uint8_t* Row(int32_t y) { return Pixels.data() + size_t(y) * size_t(Width) * 4; }
+    const uint8_t* Row(int32_t y) const { return Pixels.data() + size_t(y) * size_t(Width) * 4; }
+};
+
+// The frame as decoded (image in DecodedColours, mask in layer codes), mapped to RGBA.
+void MapToRgba(const cDIBSection& image, const cDIBSection& mask, const RgbaOptions& options, RgbaPicture& picture);
+
+// Decodes frame number (from 1) of the sprite into picture at the frame's own size. Damage is a
+// failure: a frame is written whole or not at all.
+Outcome DecodeRgbaFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, int32_t number,
+                        const RgbaOptions& options, RgbaPicture& picture, Host& host);
+
+// The common canvas of an animation or a sequence: the bounds "Save as image sequence" measures,
+// refused (with a reason) when it is empty or larger than the program draws.
+Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bounds);
+
+// Each frame in turn, placed on the common canvas where "Save as image sequence" places it, the rest
+// of the canvas transparent. Stops at the first damaged frame or at the first failure of `use`.
+Outcome ForEachCanvasFrame(const SLPFile& sprite, const RgbaOptions& options, Host& host,
+                           const std::function<Outcome(int32_t number, const RgbaPicture& canvas)>& use);
