@@ -3,10 +3,12 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <mutex>
 
 namespace {
 
 bool progressOnLine = false;  // a progress line stands unfinished on stderr
+std::mutex stderrLines;       // convert's threads speak too: one line at a time
 
 void EndProgressLine() {
     if (!progressOnLine) return;
@@ -17,6 +19,7 @@ void EndProgressLine() {
 }  // namespace
 
 void Complain(std::string_view command, std::string_view file, std::string_view reason) {
+    const std::lock_guard<std::mutex> lock(stderrLines);
     EndProgressLine();
     std::cerr << "brindle-cli: ";
     if (!command.empty()) std::cerr << command << ": ";
@@ -38,8 +41,12 @@ MessageAnswer CliHost::ShowMessage(std::string_view text, MessageStyle style, st
 
 void CliHost::ShowProgress(int done, int total) {
     if (!progressWanted_) return;
+    const std::lock_guard<std::mutex> lock(stderrLines);
     std::cerr << "\r[" << done << '/' << total << ']' << std::flush;
     progressOnLine = true;
 }
 
-void CliHost::EndProgress() { EndProgressLine(); }
+void CliHost::EndProgress() {
+    const std::lock_guard<std::mutex> lock(stderrLines);
+    EndProgressLine();
+}

@@ -14,18 +14,19 @@
 #include "cli/Outputs.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
+#include "export/ImageExports.h"
 #include "export/SLPExports.h"
 #include "shell/Functions.h"
 #include "slp/SLPCodeNew.h"
 
 namespace fs = std::filesystem;
 
-namespace {
-
 int Usage(const Options& options, const std::string& reason) {
     Complain(options.Command, "", reason + " (see brindle-cli " + options.Command + " --help)");
     return ExitUsage;
 }
+
+namespace {
 
 const CatalogueRow& CatalogueAt(size_t listIndex) {
     static const CatalogueRow none;
@@ -59,21 +60,6 @@ bool LoadPaletteFile(const std::string& command, const std::string& path, CliHos
     return loaded.State == PaletteLoad::Loaded;
 }
 
-// The palette and the four colours as the options say, everything else at its start value.
-bool PrepareColours(const Options& options, CliHost& host, Outputs& outputs) {
-    ResetColourChoices();
-    (void)LoadPalette("", host);  // the default palette always loads
-    if (!options.PalettePath.empty()) {
-        if (!LoadPaletteFile(options.Command, options.PalettePath, host)) return false;
-        outputs.AddInput(options.PalettePath);
-    }
-    if (!options.Mask.empty()) MaskColour = ParseColour(options.Mask);
-    if (!options.Shadow.empty()) ShadowColour = ParseColour(options.Shadow);
-    if (!options.Inner.empty()) OutlineInnerColour = ParseColour(options.Inner);
-    if (!options.Outer.empty()) OutlineOuterColour = ParseColour(options.Outer);
-    return true;
-}
-
 // A sprite in memory with its frame table read, or false after a line that says why not.
 bool OpenSprite(const Options& options, Outputs& outputs, SLPFile& sprite, std::string& name, std::vector<SLPFrameInfo>& frames) {
     if (!LoadSprite(options.Command, options.Source, options.IDs, options.Table, options.Force, outputs, sprite, name)) {
@@ -96,28 +82,6 @@ std::string ProposedName(int32_t kind, int32_t id) {
     if (kind == KindWAV) return name + ".wav";
     if (kind == KindBIN) return name + ".bin";
     return name;
-}
-
-// A table's folder: its position from 01 and its name, of which only letters and digits are kept, so
-// that no name can lead out of the target folder.
-std::string TableFolderName(int position, const std::string& heading) {
-    std::string name = (position < 10 ? "0" : "") + std::to_string(position);
-    std::string tag;
-    for (char c : TableOfHeading(heading)) {
-        if ((c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) tag += c;
-    }
-    return tag.empty() ? name : name + "-" + tag;
-}
-
-// name itself if it is still free in this folder, else ID-2, ID-3, ... before the extension.
-std::string DistinctName(const std::string& name, std::set<std::string>& used) {
-    std::string candidate = name;
-    const size_t dot = name.find('.');
-    const std::string stem = name.substr(0, dot);
-    const std::string extension = dot == std::string::npos ? "" : name.substr(dot);
-    for (int n = 2; used.count(candidate) != 0; ++n) candidate = stem + "-" + std::to_string(n) + extension;
-    used.insert(candidate);
-    return candidate;
 }
 
 // One entry to copy out, and the file it goes to.
@@ -222,6 +186,40 @@ bool ExportBase(const Options& options, std::string& base) {
 }
 
 }  // namespace
+
+bool PrepareColours(const Options& options, CliHost& host, Outputs& outputs) {
+    ResetColourChoices();
+    (void)LoadPalette("", host);  // the default palette always loads
+    if (!options.PalettePath.empty()) {
+        if (!LoadPaletteFile(options.Command, options.PalettePath, host)) return false;
+        outputs.AddInput(options.PalettePath);
+    }
+    if (!options.Mask.empty()) MaskColour = ParseColour(options.Mask);
+    if (!options.Shadow.empty()) ShadowColour = ParseColour(options.Shadow);
+    if (!options.Inner.empty()) OutlineInnerColour = ParseColour(options.Inner);
+    if (!options.Outer.empty()) OutlineOuterColour = ParseColour(options.Outer);
+    return true;
+}
+
+// Only letters and digits of the name are kept, so that no name can lead out of the target folder.
+std::string TableFolderName(int position, const std::string& heading) {
+    std::string name = (position < 10 ? "0" : "") + std::to_string(position);
+    std::string tag;
+    for (char c : TableOfHeading(heading)) {
+        if ((c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) tag += c;
+    }
+    return tag.empty() ? name : name + "-" + tag;
+}
+
+std::string DistinctName(const std::string& name, std::set<std::string>& used) {
+    std::string candidate = name;
+    const size_t dot = name.find('.');
+    const std::string stem = name.substr(0, dot);
+    const std::string extension = dot == std::string::npos ? "" : name.substr(dot);
+    for (int n = 2; used.count(candidate) != 0; ++n) candidate = stem + "-" + std::to_string(n) + extension;
+    used.insert(candidate);
+    return candidate;
+}
 
 // ---- the commands ----------------------------------------------------------------------------------
 
@@ -429,4 +427,47 @@ int RunPalette(const Options& options) {
     for (uint32_t colour : Palette)
         text += std::to_string(colour & 0xFF) + ' ' + std::to_string(colour >> 8 & 0xFF) + ' ' + std::to_string(colour >> 16 & 0xFF) + '\n';
     return WriteStandardOutput(options.Command, text) ? ExitOk : ExitFailed;
+}
+
+// ---- the formats of today's tools --------------------------------------------------------------------
+
+ImageFormat ImageFormatOf(const std::string& name) {
+    if (name == "apng") return ImageFormat::Apng;
+    if (name == "gif") return ImageFormat::Gif;
+    if (name == "sheet") return ImageFormat::Sheet;
+    return ImageFormat::Png;
+}
+
+ImageExportOptions ImageOptionsOf(const Options& options) {
+    return {{options.ShadowAlpha, options.Outlines}, options.Fps, options.Frame};
+}
+
+int RunExport(const Options& options) {
+    const ImageFormat format = ImageFormatOf(options.Format);
+    const ImageExportOptions settings = ImageOptionsOf(options);
+    if (options.Frame != 0 && format != ImageFormat::Png) return Usage(options, "--frame goes with --format png");
+    Outputs outputs(options.Command, options.NoClobber);
+    SLPFile sprite;
+    std::string name;
+    std::vector<SLPFrameInfo> frames;
+    CliHost host;
+    if (!OpenSprite(options, outputs, sprite, name, frames) || !PrepareColours(options, host, outputs)) return ExitFailed;
+    const std::vector<std::string> names = ImageExportNames(format, settings, options.Out, int32_t(frames.size()));
+    if (options.Out == "-" && names.size() > 1) return Usage(options, "this format writes several files: give a name, not -");
+    for (const std::string& path : names)
+        if (!outputs.IsSafe(path)) return ExitFailed;
+
+    std::vector<NamedFile> files;
+    std::vector<std::string> notes;
+    if (Outcome exported = ExportImages(sprite, format, settings, options.Out, files, notes, host); !exported) {
+        Complain(options.Command, name, ReasonOf(exported.Detail, name));
+        return ExitFailed;
+    }
+    for (const std::string& note : notes) Complain(options.Command, name, note);
+    for (const NamedFile& file : files) {
+        if (outputs.Write(file.Path, file.Bytes) != Outputs::Result::Failed || options.KeepGoing) continue;
+        outputs.RemoveWritten();
+        return ExitFailed;
+    }
+    return ExitOk;
 }

@@ -3,6 +3,7 @@
 // 0 done, 1 the work failed (said on stderr), 2 the command line can't be carried out.
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,12 @@ struct Options {
     bool NoClobber = false;
     bool KeepGoing = false;
     std::string Mask, Shadow, Inner, Outer;  // colours as typed, "#RRGGBB"; empty when not given
+    // export and convert
+    std::string Format;                   // png, apng, gif, sheet; convert also bmp
+    int Fps = 10;
+    int ShadowAlpha = 128;
+    bool Outlines = false;
+    int Jobs = 0;                         // 0: one a core
 };
 
 int RunList(const Options& options);
@@ -35,3 +42,20 @@ int RunFrame(const Options& options);
 int RunSequence(const Options& options);
 int RunSLX(const Options& options);
 int RunPalette(const Options& options);
+int RunExport(const Options& options);
+int RunConvert(const Options& options);
+
+// Shared by the commands (Commands.cpp).
+class CliHost;
+class Outputs;
+int Usage(const Options& options, const std::string& reason);
+enum class ImageFormat;
+struct ImageExportOptions;
+ImageFormat ImageFormatOf(const std::string& name);
+ImageExportOptions ImageOptionsOf(const Options& options);
+// The palette and the four colours as the options say, everything else at its start value.
+bool PrepareColours(const Options& options, CliHost& host, Outputs& outputs);
+// A table's folder, as extract-all names it: its position from 01 and its name's letters and digits.
+std::string TableFolderName(int position, const std::string& heading);
+// name itself if it is still free among used, else ID-2, ID-3, ... before the extension.
+std::string DistinctName(const std::string& name, std::set<std::string>& used);

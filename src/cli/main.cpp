@@ -50,7 +50,7 @@ void AddColourOption(CLI::App* command, const std::string& name, std::string& ta
     command->add_option(name, target, what)->check(ColourText);
 }
 
-constexpr std::string_view CommandNames = "list, extract, extract-all, info, frame, sequence, slx, palette";
+constexpr std::string_view CommandNames = "list, extract, extract-all, info, frame, sequence, slx, palette, export, convert";
 
 }  // namespace
 
@@ -134,6 +134,41 @@ int main(int argc, char** argv) {
     AddForce(slx, options);
     slx->footer("Example: brindle-cli slx walker.slp out/walk.slx");
 
+    auto addImageOptions = [&](CLI::App* command, std::vector<std::string> formats) {
+        command->add_option("--format", options.Format, "png (transparent), apng, gif, sheet (PNG + JSON)" +
+                                                            std::string(formats.size() > 4 ? ", bmp (the design's sequence)" : ""))
+            ->required()
+            ->check(CLI::IsMember(formats));
+        AddPalette(command, options);
+        command->add_option("--fps", options.Fps, "Frames a second of an animation, and a sheet's durations (default 10)")
+            ->check(CLI::Range(1, 100));
+        command->add_option("--shadow-alpha", options.ShadowAlpha, "Opacity of shadows, 0 to 255 (default 128; 0 leaves them out)")
+            ->check(CLI::Range(0, 255));
+        command->add_flag("--outlines", options.Outlines, "Draw the outlines, opaque: inner pure blue, outer yellow");
+        AddNoClobber(command, options);
+        AddForce(command, options);
+    };
+
+    CLI::App* exportImages = app.add_subcommand("export", "Export a sprite as PNG, animated PNG or GIF, or a sprite sheet with JSON");
+    exportImages->add_option("SPRITE", options.Source, "SLP file (- reads standard input), or the archive with --id")->required();
+    exportImages->add_option("OUT", options.Out, "File to write; png without --frame and sheet write more beside it (- is standard output)")
+        ->required();
+    AddEntryChoice(exportImages, options, "Read the sprite of this ID from the archive given as SPRITE");
+    exportImages->add_option("--frame", options.Frame, "With png: this frame alone, at its own size")->check(CLI::PositiveNumber);
+    addImageOptions(exportImages, {"png", "apng", "gif", "sheet"});
+    AddKeepGoing(exportImages, options);
+    exportImages->footer("Examples: brindle-cli export walker.slp walk.png --format png        (walk001.png, walk002.png, ...)\n"
+                         "          brindle-cli export demo.drs --id 1000 walk.gif --format gif --fps 12\n"
+                         "          brindle-cli export walker.slp walk.png --format sheet     (walk.png and walk.json)");
+
+    CLI::App* convert = app.add_subcommand("convert", "Export every sprite of an archive, on every core");
+    convert->add_option("ARCHIVE", options.Source, "DRS archive")->required();
+    convert->add_option("DIR", options.Out, "Folder to write into, one folder per table as extract-all makes them")->required();
+    convert->add_option("--table", options.Table, "Only the table of this name, as `list` shows it (any case)");
+    convert->add_option("--jobs", options.Jobs, "Sprites converted at once (default: one a core)")->check(CLI::Range(1, 256));
+    addImageOptions(convert, {"png", "apng", "gif", "sheet", "bmp"});
+    convert->footer("Example: brindle-cli convert demo.drs sprites/ --format sheet --jobs 2");
+
     CLI::App* palette = app.add_subcommand("palette", "Print a JASC-PAL palette as 256 lines \"R G B\"");
     palette->add_option("PAL", options.Source, "JASC-PAL file (- reads standard input)")->required();
     palette->footer("Example: brindle-cli palette 50532.pal");
@@ -162,6 +197,7 @@ int main(int argc, char** argv) {
     const std::pair<CLI::App*, int (*)(const Options&)> commands[] = {
         {list, RunList},   {extract, RunExtract},   {extractAll, RunExtractAll}, {info, RunInfo},
         {frame, RunFrame}, {sequence, RunSequence}, {slx, RunSLX},               {palette, RunPalette},
+        {exportImages, RunExport}, {convert, RunConvert},
     };
     for (const auto& [command, run] : commands) {
         if (!command->parsed()) continue;

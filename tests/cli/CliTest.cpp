@@ -214,3 +214,63 @@ TEST_F(CliTest, InfoDecodesEveryFrameAndNamesTheDamaged) {
 }
 
 }  // namespace
+
+// ---- today's formats -------------------------------------------------------------------------------
+
+namespace {
+
+TEST_F(CliTest, ExportWritesEachFormatUnderItsNames) {
+    WriteTestSprite(3);
+    const std::pair<std::string, std::set<std::string>> cases[] = {
+        {"export walk.slp out/walk.png --format png", {"walk001.png", "walk002.png", "walk003.png"}},
+        {"export walk.slp out/one.png --format png --frame 2", {"one.png"}},
+        {"export walk.slp out/walk.gif --format gif --fps 5", {"walk.gif"}},
+        {"export walk.slp out/walk.apng --format apng", {"walk.apng"}},
+        {"export walk.slp out/sheet.png --format sheet --outlines --shadow-alpha 0", {"sheet.png", "sheet.json"}},
+    };
+    for (const auto& [arguments, names] : cases) {
+        SCOPED_TRACE(arguments);
+        std::filesystem::remove_all(dir / "out");
+        std::filesystem::create_directory(dir / "out");
+        const CliResult r = Run(arguments);
+        EXPECT_EQ(r.Code, 0) << r.Err;
+        EXPECT_EQ(NamesIn(dir / "out"), names);
+    }
+    EXPECT_TRUE(Run("export walk.slp - --format gif").Out.starts_with("GIF89a"));
+    EXPECT_EQ(Run("export walk.slp - --format png").Code, 2);  // a sequence can't go to standard output
+    EXPECT_EQ(Run("export walk.slp x.gif --format gif --frame 2").Code, 2);
+    EXPECT_EQ(Run("export walk.slp x.gif --format tiff").Code, 2);
+
+    // A damaged sprite writes nothing at all.
+    const CliResult damaged = Run("export " + WriteDamagedSprite() + " out/d.png --format sheet");
+    EXPECT_TRUE(damaged.SaysInOneLine("brindle-cli: export: damaged.slp: frame 2: row 2: ")) << damaged.Err;
+    EXPECT_FALSE(std::filesystem::exists(dir / "out/d.png") || std::filesystem::exists(dir / "out/d.json"));
+}
+
+TEST_F(CliTest, ConvertDoesEverySpriteAndGoesOnPastADamagedOne) {
+    const Bytes good = WriteSprite(TestFrames(2));
+    WriteDamagedSprite();
+    std::vector<EntryFixture> sprites;
+    for (int32_t id = 100; id < 112; ++id) sprites.push_back({id, id == 105 ? ReadFileBytes(dir / "damaged.slp") : good});
+    WriteFileBytes(dir / "many.drs", WriteArchive({Flavour::Year2001, {{StoredTag("slp"), sprites}, {StoredTag("bin"), {{1, {1}}}}}}));
+
+    const CliResult one = Run("convert many.drs one --format sheet --jobs 1");
+    const CliResult two = Run("convert many.drs two --format sheet --jobs 2");
+    for (const CliResult& r : {one, two}) {
+        EXPECT_EQ(r.Code, 1);
+        EXPECT_NE(r.Err.find("brindle-cli: convert: many.drs (ID 105): frame 2: row 2: "), std::string::npos) << r.Err;
+        EXPECT_TRUE(r.Err.ends_with(": 11 converted, 1 failed\n")) << r.Err;
+    }
+    EXPECT_EQ(NamesIn(dir / "one"), std::set<std::string>{"01-SLP"});  // the BIN table has no sprites
+    EXPECT_EQ(NamesIn(dir / "one/01-SLP").size(), 22u);
+    EXPECT_FALSE(std::filesystem::exists(dir / "one/01-SLP/105.png"));
+    for (const std::string& name : NamesIn(dir / "one/01-SLP"))
+        EXPECT_EQ(ReadFileBytes(dir / ("one/01-SLP/" + name)), ReadFileBytes(dir / ("two/01-SLP/" + name))) << name;
+
+    // Sequences go into a folder a sprite, as the design's BMPs or as PNG.
+    ASSERT_EQ(Run("convert many.drs bmp --format bmp --table SLP").Code, 1);
+    EXPECT_EQ(NamesIn(dir / "bmp/01-SLP/100"), (std::set<std::string>{"100001.bmp", "100002.bmp"}));
+    EXPECT_FALSE(std::filesystem::exists(dir / "bmp/01-SLP/105/105001.bmp"));
+}
+
+}  // namespace

@@ -1,0 +1,151 @@
+// brindle-cli convert: every sprite of an archive in one of the formats, on as many threads as asked.
+//
+// The archive is read by one thread at a time; each sprite is then decoded, encoded and written by
+// the thread that took it, with files of its own, so nothing else is shared but the palette and the
+// colours, which are set before the threads start and only read after.
+
+#include <atomic>
+#include <filesystem>
+#include <mutex>
+#include <thread>
+
+#include "archive/DRSCode.h"
+#include "archive/UsefulCode.h"
+#include "cli/CliHost.h"
+#include "cli/Commands.h"
+#include "cli/Inputs.h"
+#include "cli/Outputs.h"
+#include "export/ImageExports.h"
+#include "export/SLPExports.h"
+#include "shell/Functions.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// One sprite to convert: its row, and its files' base path (folder and name without extension).
+struct Job {
+    size_t Row = 0;
+    std::string Base;
+};
+
+// The files of one sprite, written under the rules of Outputs; a sprite that fails leaves none.
+bool ConvertOne(const Options& options, const Job& job, const SLPFile& sprite, const std::string& name, Host& host) {
+    Outputs outputs(options.Command, options.NoClobber);
+    outputs.AddInput(options.Source);
+    if (!options.PalettePath.empty()) outputs.AddInput(options.PalettePath);
+    std::error_code error;
+    fs::create_directories(fs::path(job.Base).parent_path(), error);
+    if (error) {
+        Complain(options.Command, fs::path(job.Base).parent_path().string(), error.message());
+        return false;
+    }
+
+    if (options.Format == "bmp") {  // the design's own sequence, by its own routine, then placed
+        SLPHeader header;
+        std::vector<SLPFrameInfo> frames;
+        if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) {
+            Complain(options.Command, name, read.Detail);
+            return false;
+        }
+        StagingFolder staging(job.Base);
+        if (!staging.Made()) {
+            Complain(options.Command, job.Base, staging.Error());
+            return false;
+        }
+        const std::string staged = staging.Path() + FileOfPath(job.Base);
+        if (Outcome exported = ExportSequence(sprite, staged, host); !exported) {
+            Complain(options.Command, name, exported.Detail);
+            return false;
+        }
+        for (int32_t i = 1; i <= header.NumFrames; ++i) {
+            const std::string suffix = PadFrameNumber(i) + ".bmp";
+            if (outputs.Place(staged + suffix, job.Base + suffix) == Outputs::Result::Failed) {
+                outputs.RemoveWritten();
+                return false;
+            }
+        }
+        return true;
+    }
+
+    const ImageFormat format = ImageFormatOf(options.Format);
+    const std::string extension = format == ImageFormat::Gif ? ".gif" : ".png";
+    std::vector<NamedFile> files;
+    std::vector<std::string> notes;
+    if (Outcome exported = ExportImages(sprite, format, ImageOptionsOf(options), job.Base + extension, files, notes, host); !exported) {
+        Complain(options.Command, name, exported.Detail);
+        return false;
+    }
+    for (const std::string& note : notes) Complain(options.Command, name, note);
+    for (const NamedFile& file : files) {
+        if (outputs.Write(file.Path, file.Bytes) == Outputs::Result::Failed) {
+            outputs.RemoveWritten();
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+int RunConvert(const Options& options) {
+    if (options.Frame != 0) return Usage(options, "--frame goes with export, not convert");
+    CliHost host(options.Force);
+    ReadOnlyFile archive;
+    Outputs archiveOnly(options.Command, false);
+    if (!LoadArchive(options.Command, options.Source, options.Force, archive, host, archiveOnly)) return ExitFailed;
+    const std::vector<ListRow>& rows = host.Rows();
+    if (!TableExists(options.Command, options.Source, rows, options.Table)) return ExitFailed;
+    if (!PrepareColours(options, host, archiveOnly)) return ExitFailed;
+
+    // The sprites, in the folders extract-all makes; png and bmp sequences each in a folder of the ID.
+    const bool sequence = options.Format == "png" || options.Format == "bmp";
+    std::vector<Job> jobs;
+    fs::path folder;
+    bool wanted = false;
+    int tables = 0;
+    std::set<std::string> used;
+    for (size_t i = 0; i < rows.size(); ++i) {
+        if (rows[i].ItemData == KindHeading) {
+            folder = fs::path(options.Out) / TableFolderName(++tables, rows[i].Text);
+            wanted = options.Table.empty() || SameTable(TableOfHeading(rows[i].Text), options.Table);
+            used.clear();
+            continue;
+        }
+        if (!wanted || rows[i].ItemData != KindSLP) continue;
+        const std::string id = DistinctName(std::to_string(DRSCatalogue[i].ID), used);
+        jobs.push_back({i, ((sequence ? folder / id / id : folder / id)).string()});
+    }
+
+    std::mutex archiveReads;
+    std::atomic<size_t> next{0};
+    std::atomic<int> done{0}, failed{0};
+    auto work = [&] {
+        QuietHost quiet;
+        for (size_t at; (at = next++) < jobs.size();) {
+            const Job& job = jobs[at];
+            SLPFile sprite;
+            const std::string name = options.Source + " (ID " + std::to_string(DRSCatalogue[job.Row].ID) + ")";
+            sprite.Path = name;
+            Outcome read = Outcome::Success();
+            {
+                const std::lock_guard<std::mutex> lock(archiveReads);
+                read = ReadEntryBytes(archive, DRSCatalogue[job.Row], sprite.Bytes);
+            }
+            bool ok = read.Ok;
+            if (!ok) Complain(options.Command, name, read.Detail);
+            else ok = ConvertOne(options, job, sprite, name, quiet);
+            failed += ok ? 0 : 1;
+            host.ShowProgress(++done, int(jobs.size()));
+        }
+    };
+    const unsigned threads = std::max(1u, options.Jobs > 0 ? unsigned(options.Jobs) : std::thread::hardware_concurrency());
+    std::vector<std::thread> pool;
+    for (unsigned t = 1; t < std::min<size_t>(threads, std::max<size_t>(jobs.size(), 1)); ++t) pool.emplace_back(work);
+    work();
+    for (std::thread& thread : pool) thread.join();
+    host.EndProgress();
+
+    Complain(options.Command, options.Out, std::to_string(int(jobs.size()) - failed) + " converted, " + std::to_string(failed.load()) + " failed");
+    return failed == 0 ? ExitOk : ExitFailed;
+}
