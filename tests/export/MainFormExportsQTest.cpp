@@ -44,7 +44,7 @@ private slots:
         form->menu_col_choose_Click(0);
         form->menu_savebmp->trigger();  // cancelled: nothing
         QCOMPARE(desktop->DialogsShown.back().DialogTitle, "Save image as...");
-        QCOMPARE(desktop->DialogsShown.back().Filter, "BMP file (*.bmp)|*.bmp|All files (*.*)|*.*");
+        QCOMPARE(desktop->DialogsShown.back().Filter, "BMP file (*.bmp)|*.bmp|All files (*.*)|*.*|PNG image (*.png)|*.png");
 
         const qint64 shown = Picture().cacheKey();
         SaveAs(form->menu_savebmp, At("frame"));  // used as it comes: no extension added
@@ -114,7 +114,7 @@ private slots:
 
         // The picture exports offer their own filter again.
         SaveAs(form->menu_image_savesequence, At("seq.bmp"));
-        QCOMPARE(desktop->DialogsShown.back().Filter, "BMP file (*.bmp)|*.bmp|All files (*.*)|*.*");
+        QVERIFY(desktop->DialogsShown.back().Filter.starts_with("BMP file (*.bmp)|*.bmp|All files (*.*)|*.*|PNG sequence"));
         QVERIFY(desktop->Boxes.empty());
     }
 
@@ -148,6 +148,39 @@ private slots:
         form->DRSFilesList->SetListIndex(Layered);
         form->FrameScroll->setValue(2);
         QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 2 of 2");
+    }
+
+    void todaysFormatsComeAfterTheDesignsOwn() {
+        OpenAndSelect(Layered);
+        form->FrameScroll->setValue(2);
+        desktop->FilterAnswers = {3};
+        SaveAs(form->menu_savebmp, At("frame.png"));
+        const QImage png(QString::fromStdString(At("frame.png")), "PNG");
+        QCOMPARE(png.size(), QSize(2, 3));  // frame 2 at its own size, with real transparency
+        QCOMPARE(png.pixelColor(0, 0), ColourOf(Palette[9]));
+        QCOMPARE(png.pixelColor(1, 0).alpha(), 0);
+        QCOMPARE(png.pixelColor(1, 2), QColor(0, 0, 0, 128));  // the shadow
+        QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 2 of 2");
+
+        const std::pair<int16_t, std::vector<const char*>> kinds[] = {
+            {4, {"a.gif"}}, {5, {"b.png"}}, {6, {"c.png", "c.json"}}, {3, {"d001.png", "d002.png"}}};
+        for (const auto& [index, files] : kinds) {
+            form->FrameScroll->setValue(1);
+            desktop->FilterAnswers = {index};
+            SaveAs(form->menu_image_savesequence, At(files[0] == std::string("d001.png") ? "d.png" : files[0]));
+            for (const char* file : files) QVERIFY2(fs::exists(At(file)), file);
+            EndsOrderly();
+            QCOMPARE(form->FrameScroll->value(), 2);
+        }
+        QCOMPARE(QImage(QString::fromStdString(At("a.gif"))).size(), QSize(5, 6));  // the common canvas
+        QVERIFY(desktop->Boxes.empty());
+
+        // A sprite too damaged to export writes nothing and says so.
+        form->DRSFilesList->SetListIndex(Broken);
+        desktop->FilterAnswers = {6};
+        SaveAs(form->menu_image_savesequence, At("broken.png"));
+        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error exporting graphic!", MessageStyle::Plain, ""}}));
+        QVERIFY(!fs::exists(At("broken.png")) && !fs::exists(At("broken.json")));
     }
 
     void noExportWritesIntoTheArchive() {

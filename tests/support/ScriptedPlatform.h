@@ -16,6 +16,7 @@ class ScriptedPlatform : public CommonDialogs, public MessageBoxes, public Sound
 public:
     // The file name each file dialog hands back in turn; nullopt cancels, and so does a script run dry.
     std::deque<std::optional<std::string>> FileAnswers;
+    std::deque<int16_t> FilterAnswers;  // the filter index each file dialog hands back; as it came while empty
     std::deque<std::optional<uint32_t>> ColourAnswers;
     std::deque<MessageAnswer> BoxAnswers;  // OK once it runs dry
     std::vector<CommonDialog> DialogsShown;  // each as it stood when shown
@@ -58,6 +59,10 @@ private:
         const std::optional<std::string> answer = Next(FileAnswers);
         if (!answer || answer->empty()) return false;
         dialog.FileName = *answer;
+        if (!FilterAnswers.empty()) {
+            dialog.FilterIndex = FilterAnswers.front();
+            FilterAnswers.pop_front();
+        }
         return true;
     }
 };
