@@ -1,11 +1,13 @@
 // A sprite from any bytes: its headers, every frame decoded and recoloured as on screen and encoded as
-// a BMP file, then the whole sprite exported as a sequence on one canvas.
+// a BMP file, then the whole sprite exported as a sequence on one canvas and in every format of
+// today's tools: PNG, APNG, GIF and the sprite sheet.
 
 #include <algorithm>
 #include <cstdint>
 
 #include "FuzzSupport.h"
 #include "colour/Colours.h"
+#include "export/ImageExports.h"
 #include "export/SLPExports.h"
 #include "slp/SLPCodeNew.h"
 #include "surface/cDIBSection.h"
@@ -43,5 +45,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (canvas > (int64_t{1} << 18) && canvas <= MaxSurfacePixels) return 0;
     const std::string path = fuzzing::WriteInput("sprite.slp", data, size);
     (void)ExportSequence(path, fuzzing::ScratchFolder() + "frame", host);
+    std::vector<NamedFile> files;
+    std::vector<std::string> notes;
+    const SheetLayout sheet = LayOutSheet(frames);
+    const bool smallSheet = int64_t{sheet.Width} * sheet.Height <= (int64_t{1} << 18) || sheet.Width > MaxSheetSide ||
+                            sheet.Height > MaxSheetSide;  // the refused ones cost nothing
+    for (ImageFormat format : {ImageFormat::Png, ImageFormat::Apng, ImageFormat::Gif, ImageFormat::Sheet}) {
+        if (format == ImageFormat::Sheet && !smallSheet) continue;
+        (void)ExportImages(file, format, {{static_cast<int>(size % 256), size % 2 == 0}, 10, 0}, "frame.png", files, notes, host);
+    }
+    (void)ExportImages(file, ImageFormat::Png, {{}, 10, 1}, "frame.png", files, notes, host);
     return 0;
 }
