@@ -48,7 +48,7 @@ test: deps build/asan/build.ninja
 	cd build/asan && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --output-on-failure -j $(JOBS)
 
 bench: deps build/release/build.ninja
-	cmake --build build/release -j $(JOBS) --target brindle-bench brindle-window-bench
+	cmake --build build/release -j $(JOBS) --target brindle-bench brindle-window-bench brindle-cli
 	$(BIN)/brindle-bench
 	$(BIN)/brindle-window-bench
 

@@ -21,6 +21,8 @@
 #include "archive/DRSCode.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
+#include "export/ImageExports.h"
+#include "export/ImageFiles.h"
 #include "export/SLPExports.h"
 #include "shell/Files.h"
 #include "shell/Functions.h"
@@ -53,6 +55,12 @@ public:
 TempDir& Scratch() {
     static TempDir dir;
     return dir;
+}
+
+// The folder of this program, where brindle-cli is built beside it.
+std::string ProgramFolder() {
+    std::error_code error;
+    return std::filesystem::read_symlink("/proc/self/exe", error).parent_path().string();
 }
 
 QuietHost& Quiet() {
@@ -303,6 +311,93 @@ void WriteHundredFiles(benchmark::State& state) {
     }
 }
 
+// ---- today's formats: the sheet, the PNG sequence, convert on two cores ---------------------------
+
+struct ImageCase {
+    SLPFile Sprite;
+    RgbaPicture Sheet;                  // the sheet's pixels, as the export lays them out
+    std::vector<RgbaPicture> Canvases;  // the sequence's frames on the common canvas
+};
+
+ImageCase& ImageFixture() {
+    static ImageCase c;
+    if (c.Sprite.Bytes.empty()) {
+        c.Sprite.Path = SequenceFixture().SpritePath;
+        c.Sprite.Bytes = ReadFileBytes(c.Sprite.Path);
+        std::vector<NamedFile> files;
+        std::vector<std::string> notes;
+        if (!ExportImages(c.Sprite, ImageFormat::Sheet, {}, "sheet.png", files, notes, Quiet())) return c;
+        // The sheet's rows, as the reference compresses them: the frames placed by the same layout.
+        SLPHeader header;
+        std::vector<SLPFrameInfo> frames;
+        (void)ParseSLPHeaders(c.Sprite, header, frames);
+        const SheetLayout layout = LayOutSheet(frames);
+        c.Sheet.Resize(layout.Width, layout.Height);
+        RgbaPicture frame;
+        for (int32_t i = 1; i <= header.NumFrames; ++i) {
+            (void)DecodeRgbaFrame(c.Sprite, frames, i, {}, frame, Quiet());
+            for (int32_t y = 0; y < frame.Height; ++y)
+                std::memcpy(c.Sheet.Row(layout.Places[size_t(i - 1)].second + y) + 4 * layout.Places[size_t(i - 1)].first,
+                            frame.Row(y), 4 * size_t(frame.Width));
+        }
+        (void)ForEachCanvasFrame(c.Sprite, {}, Quiet(), [&](int32_t, const RgbaPicture& canvas) {
+            c.Canvases.push_back(canvas);
+            return Outcome::Success();
+        });
+    }
+    return c;
+}
+
+void ExportImagesOf(benchmark::State& state, ImageFormat format) {
+    ImageCase& c = ImageFixture();
+    if (c.Canvases.empty()) return state.SkipWithError("the sprite did not export");
+    std::vector<NamedFile> files;
+    std::vector<std::string> notes;
+    for (auto _ : state) {
+        Outcome exported = ExportImages(c.Sprite, format, {}, "walk.png", files, notes, Quiet());
+        if (!exported) return state.SkipWithError(exported.Detail.c_str());
+    }
+}
+
+// The same RGBA rows compressed by libspng alone, with the same settings.
+void CompressSheetRows(benchmark::State& state) {
+    ImageCase& c = ImageFixture();
+    std::vector<uint8_t> png;
+    for (auto _ : state) (void)EncodePng(c.Sheet, png);
+}
+
+void CompressCanvasRows(benchmark::State& state) {
+    ImageCase& c = ImageFixture();
+    std::vector<uint8_t> png;
+    for (auto _ : state)
+        for (const RgbaPicture& canvas : c.Canvases) (void)EncodePng(canvas, png);
+}
+
+// brindle-cli convert of an archive of 200 sprites of 8 frames, as a user runs it.
+std::string ConvertArchive() {
+    static std::string path;
+    if (path.empty()) {
+        std::vector<FrameFixture> frames;
+        for (uint32_t i = 0; i < 8; ++i) frames.push_back(EncodeFrame(SpriteArt(96, 120, i), 48, 114));
+        const Bytes sprite = WriteSprite(frames);
+        std::vector<EntryFixture> entries;
+        for (int32_t id = 1; id <= 200; ++id) entries.push_back({id, sprite});
+        path = Scratch() / "convert.drs";
+        WriteFileBytes(path, WriteArchive({Flavour::Year2001, {{StoredTag("slp"), entries}}}));
+    }
+    return path;
+}
+
+void ConvertOnJobs(benchmark::State& state, int jobs) {
+    const std::string program = (std::filesystem::path(ProgramFolder()) / "brindle-cli").string();
+    const std::string out = Scratch() / ("convert-" + std::to_string(jobs));
+    const std::string line = "'" + program + "' convert '" + ConvertArchive() + "' '" + out + "' --format sheet --jobs " +
+                             std::to_string(jobs) + " 2>/dev/null";
+    for (auto _ : state) {
+        if (std::system(line.c_str()) != 0) return state.SkipWithError("brindle-cli convert failed (is it built?)");
+    }
+}
+
 // ---- registration and the summary --------------------------------------------------------------
 
 constexpr int Repetitions = 5;
@@ -326,6 +421,16 @@ void RegisterAll() {
     for (auto [name, run] : fileWork) {
         RegisterBenchmark(name, run)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(0.3)->Repetitions(3);
     }
+    RegisterBenchmark("sprite sheet 100 frames", ExportImagesOf, ImageFormat::Sheet)
+        ->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
+    RegisterBenchmark("libspng the sheet's rows", CompressSheetRows)->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
+    RegisterBenchmark("PNG sequence 100 frames", ExportImagesOf, ImageFormat::Png)
+        ->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
+    RegisterBenchmark("libspng 100 canvases", CompressCanvasRows)->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
+    for (int jobs : {2, 1}) {
+        RegisterBenchmark(("convert 200 sprites, jobs " + std::to_string(jobs)).c_str(), ConvertOnJobs, jobs)
+            ->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
+    }
 }
 
 struct Comparison {
@@ -348,6 +453,12 @@ void PrintSummary() {
          "ratio >= 0.8"},
         {"ExportSequence 100 frames", "write 100 files", "ms", 0, [](double, double r) { return r >= 0.5; },
          "ratio >= 0.5"},
+        {"sprite sheet 100 frames", "libspng the sheet's rows", "ms", 0, [](double, double r) { return r >= 0.8; },
+         "ratio >= 0.8"},
+        {"PNG sequence 100 frames", "libspng 100 canvases", "ms", 0, [](double, double r) { return r >= 0.8; },
+         "ratio >= 0.8"},
+        {"convert 200 sprites, jobs 2", "convert 200 sprites, jobs 1", "ms", 0, [](double, double r) { return r >= 1.7; },
+         "ratio >= 1.7"},
     };
     std::printf("\n%-28s %14s   %-22s %14s %8s   %-14s %s\n", "figure", "value", "reference", "value", "ratio", "goal",
                 "result");
