@@ -68,8 +68,10 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
 }  // namespace
 
 SheetLayout LayOutSheet(const std::vector<SLPFrameInfo>& frames) {
-    auto width = [](const SLPFrameInfo& f) { return int64_t{std::max(f.Width, 0)}; };
-    auto height = [](const SLPFrameInfo& f) { return int64_t{std::max(f.Height, 0)}; };
+    // A side beyond the largest sheet makes the sheet too large whatever the rest; held there, the sums
+    // below stay far inside 64 bits.
+    auto width = [](const SLPFrameInfo& f) { return int64_t{std::clamp(f.Width, 0, MaxSheetSide + 1)}; };
+    auto height = [](const SLPFrameInfo& f) { return int64_t{std::clamp(f.Height, 0, MaxSheetSide + 1)}; };
     int64_t area = 0, widest = 0;
     for (const SLPFrameInfo& f : frames) {
         area += width(f) * height(f);
