@@ -1,5 +1,9 @@
 #include "cli/Commands.h"
 
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <filesystem>
 #include <iostream>
@@ -15,6 +19,7 @@
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
 #include "export/ImageExports.h"
+#include "export/ImageFiles.h"
 #include "export/SLPExports.h"
 #include "shell/Functions.h"
 #include "slp/SLPCodeNew.h"
@@ -229,6 +234,17 @@ int RunList(const Options& options) {
     Outputs outputs(options.Command, false);
     if (!LoadArchive(options.Command, options.Source, options.Force, archive, host, outputs)) return ExitFailed;
     const std::vector<ListRow>& rows = host.Rows();
+    if (options.Json) {
+        nlohmann::ordered_json list = nlohmann::ordered_json::array();
+        for (size_t i = 0; i < rows.size(); ++i) {
+            const CatalogueRow& entry = CatalogueAt(i);
+            list.push_back({{"row", i}, {"text", rows[i].Text}, {"kind", KindName(rows[i].ItemData)}, {"id", entry.ID},
+                            {"offset", entry.Offset}, {"size", entry.Size}});
+        }
+        const nlohmann::ordered_json document = {{"archive", options.Source}, {"rows", std::move(list)}};
+        return WriteStandardOutput(options.Command, document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n")
+                   ? ExitOk : ExitFailed;
+    }
     std::string text = options.Long ? "row\ttext\tkind\tid\toffset\tsize\n" : "";
     for (size_t i = 0; i < rows.size(); ++i) {
         const CatalogueRow& entry = CatalogueAt(i);
@@ -338,27 +354,41 @@ int RunInfo(const Options& options) {
     std::string name;
     std::vector<SLPFrameInfo> frames;
     if (!OpenSprite(options, outputs, sprite, name, frames)) return ExitFailed;
-    std::string text = "frames " + std::to_string(frames.size()) + '\n';
-    for (size_t i = 0; i < frames.size(); ++i) {
-        const SLPFrameInfo& f = frames[i];
-        for (int32_t field : {int32_t(i + 1), f.Width, f.Height, f.HotspotX, f.HotspotY, f.CommandTableOffset,
-                              f.OutlineTableOffset, f.PaletteOffset})
-            text += std::to_string(field) + '\t';
-        text += std::to_string(f.Properties) + '\n';
-    }
-    if (!WriteStandardOutput(options.Command, text)) return ExitFailed;
-
     // Every frame is decoded, so that damage behind a sound frame table shows too.
     CliHost host;
     cDIBSection image, mask;
-    int damaged = 0;
+    std::vector<std::pair<size_t, std::string>> damaged;
     for (size_t i = 0; i < frames.size(); ++i) {
         const DecodeResult decoded = DecodeSLPFrame(sprite, frames[i], image, mask, false, host);
-        if (decoded.Code != DecodeDamaged) continue;
-        Complain(options.Command, name, "frame " + std::to_string(i + 1) + ": " + decoded.Detail);
-        ++damaged;
+        if (decoded.Code == DecodeDamaged) damaged.emplace_back(i + 1, decoded.Detail);
     }
-    return damaged == 0 ? ExitOk : ExitFailed;
+
+    std::string text;
+    if (options.Json) {
+        nlohmann::ordered_json list = nlohmann::ordered_json::array(), broken = nlohmann::ordered_json::array();
+        for (size_t i = 0; i < frames.size(); ++i) {
+            const SLPFrameInfo& f = frames[i];
+            list.push_back({{"number", i + 1}, {"width", f.Width}, {"height", f.Height},
+                            {"hotspot", {{"x", f.HotspotX}, {"y", f.HotspotY}}}, {"commandTableOffset", f.CommandTableOffset},
+                            {"outlineTableOffset", f.OutlineTableOffset}, {"paletteOffset", f.PaletteOffset},
+                            {"properties", f.Properties}});
+        }
+        for (const auto& [number, detail] : damaged) broken.push_back({{"frame", number}, {"detail", detail}});
+        const nlohmann::ordered_json document = {{"sprite", name}, {"frames", std::move(list)}, {"damaged", std::move(broken)}};
+        text = document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+    } else {
+        text = "frames " + std::to_string(frames.size()) + '\n';
+        for (size_t i = 0; i < frames.size(); ++i) {
+            const SLPFrameInfo& f = frames[i];
+            for (int32_t field : {int32_t(i + 1), f.Width, f.Height, f.HotspotX, f.HotspotY, f.CommandTableOffset,
+                                  f.OutlineTableOffset, f.PaletteOffset})
+                text += std::to_string(field) + '\t';
+            text += std::to_string(f.Properties) + '\n';
+        }
+    }
+    if (!WriteStandardOutput(options.Command, text)) return ExitFailed;
+    for (const auto& [number, detail] : damaged) Complain(options.Command, name, "frame " + std::to_string(number) + ": " + detail);
+    return damaged.empty() ? ExitOk : ExitFailed;
 }
 
 int RunFrame(const Options& options) {
@@ -470,4 +500,72 @@ int RunExport(const Options& options) {
         return ExitFailed;
     }
     return ExitOk;
+}
+
+// ---- thumbnails, for file managers ---------------------------------------------------------------------
+
+int RunThumbnail(const Options& options) {
+    Outputs outputs(options.Command, false);
+    // An archive by its first bytes, else a sprite.
+    ReadOnlyFile archive;
+    std::vector<uint8_t> bytes;
+    if (options.Source == "-") {
+        if (!ReadStandardInput(options.Command, size_t{1} << 31, bytes)) return ExitFailed;
+    } else if (!archive.Open(options.Source)) {
+        Complain(options.Command, options.Source, UnreadableReason(options.Source));
+        return ExitFailed;
+    }
+    outputs.AddInput(options.Source);
+    std::array<uint8_t, Magic2001.size()> magic{};
+    const size_t got = options.Source == "-" ? std::min(bytes.size(), magic.size()) : archive.ReadAt(0, magic);
+    if (options.Source == "-") std::copy_n(bytes.begin(), got, magic.begin());
+    const std::string_view start(reinterpret_cast<const char*>(magic.data()), got);
+
+    SLPFile sprite;
+    sprite.Path = options.Source;
+    if (start == Magic2001 || start == Magic1997) {
+        if (options.Source == "-") archive.OpenBytes("standard input", std::move(bytes));
+        CliHost host;
+        if (ReadDRSCatalogue(archive, host).Code != CatalogueBuilt) {
+            Complain(options.Command, options.Source, "damaged archive");
+            return ExitFailed;
+        }
+        const std::vector<ListRow>& rows = host.Rows();
+        const auto first = std::find_if(rows.begin(), rows.end(), [](const ListRow& row) { return row.ItemData == KindSLP; });
+        if (first == rows.end()) {
+            Complain(options.Command, options.Source, "holds no sprite");
+            return ExitFailed;
+        }
+        if (Outcome read = ReadEntryBytes(archive, DRSCatalogue[size_t(first - rows.begin())], sprite.Bytes); !read) {
+            Complain(options.Command, options.Source, read.Detail);
+            return ExitFailed;
+        }
+    } else if (options.Source == "-") {
+        if (bytes.size() > MaxSLPFileBytes) {
+            Complain(options.Command, "standard input", "larger than a sprite Brindle reads");
+            return ExitFailed;
+        }
+        sprite.Bytes = std::move(bytes);
+    } else {
+        archive.Close();
+        if (Outcome read = ReadWholeFile(options.Source, MaxSLPFileBytes, sprite.Bytes); !read) {
+            Complain(options.Command, options.Source, ReasonOf(read.Detail, options.Source));
+            return ExitFailed;
+        }
+    }
+
+    CliHost host;
+    ResetColourChoices();
+    (void)LoadPalette("", host);
+    RgbaPicture thumbnail;
+    std::vector<uint8_t> png;
+    if (Outcome made = MakeThumbnail(sprite, options.Size, thumbnail, host); !made) {
+        Complain(options.Command, options.Source, ReasonOf(made.Detail, options.Source));
+        return ExitFailed;
+    }
+    if (Outcome encoded = EncodePng(thumbnail, png); !encoded) {
+        Complain(options.Command, options.Source, encoded.Detail);
+        return ExitFailed;
+    }
+    return outputs.Write(options.Out, png) == Outputs::Result::Failed ? ExitFailed : ExitOk;
 }

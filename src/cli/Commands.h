@@ -32,6 +32,8 @@ struct Options {
     int ShadowAlpha = 128;
     bool Outlines = false;
     int Jobs = 0;                         // 0: one a core
+    bool Json = false;                    // list and info: one JSON document
+    int Size = 0;                         // thumbnail
 };
 
 int RunList(const Options& options);
@@ -44,6 +46,7 @@ int RunSLX(const Options& options);
 int RunPalette(const Options& options);
 int RunExport(const Options& options);
 int RunConvert(const Options& options);
+int RunThumbnail(const Options& options);
 
 // Shared by the commands (Commands.cpp).
 class CliHost;

@@ -50,7 +50,8 @@ void AddColourOption(CLI::App* command, const std::string& name, std::string& ta
     command->add_option(name, target, what)->check(ColourText);
 }
 
-constexpr std::string_view CommandNames = "list, extract, extract-all, info, frame, sequence, slx, palette, export, convert";
+constexpr std::string_view CommandNames =
+    "list, extract, extract-all, info, frame, sequence, slx, palette, export, convert, thumbnail";
 
 }  // namespace
 
@@ -66,6 +67,7 @@ int main(int argc, char** argv) {
     CLI::App* list = app.add_subcommand("list", "List the archive's tables and entries: text, kind, ID, offset, size");
     list->add_option("ARCHIVE", options.Source, "DRS archive")->required();
     list->add_flag("--long", options.Long, "A header line, the row number and kind names (slp, wav, bin, other, heading)");
+    list->add_flag("--json", options.Json, "One JSON document: each row's number, text, kind name, ID, offset and size");
     AddForce(list, options);
     list->footer("Example: brindle-cli list --long demo.drs");
 
@@ -96,6 +98,7 @@ int main(int argc, char** argv) {
     CLI::App* info = app.add_subcommand("info", "Show a sprite's frame table, and which frames are damaged");
     info->add_option("SPRITE", options.Source, "SLP file (- reads standard input), or the archive with --id")->required();
     AddEntryChoice(info, options, "Read the sprite of this ID from the archive given as SPRITE");
+    info->add_flag("--json", options.Json, "One JSON document: the frames and the damaged ones");
     AddForce(info, options);
     info->footer("Example: brindle-cli info walker.slp");
 
@@ -169,6 +172,12 @@ int main(int argc, char** argv) {
     addImageOptions(convert, {"png", "apng", "gif", "sheet", "bmp"});
     convert->footer("Example: brindle-cli convert demo.drs sprites/ --format sheet --jobs 2");
 
+    CLI::App* thumbnail = app.add_subcommand("thumbnail", "A PNG thumbnail of a sprite's first frame, or of an archive's first sprite");
+    thumbnail->add_option("INPUT", options.Source, "SLP sprite or DRS archive (- reads standard input)")->required();
+    thumbnail->add_option("OUTPUT", options.Out, "PNG file to write (- is standard output)")->required();
+    thumbnail->add_option("SIZE", options.Size, "Largest width and height, in pixels")->required()->check(CLI::Range(1, 4096));
+    thumbnail->footer("Example: brindle-cli thumbnail demo.drs demo.png 128   (as file managers run it)");
+
     CLI::App* palette = app.add_subcommand("palette", "Print a JASC-PAL palette as 256 lines \"R G B\"");
     palette->add_option("PAL", options.Source, "JASC-PAL file (- reads standard input)")->required();
     palette->footer("Example: brindle-cli palette 50532.pal");
@@ -197,7 +206,7 @@ int main(int argc, char** argv) {
     const std::pair<CLI::App*, int (*)(const Options&)> commands[] = {
         {list, RunList},   {extract, RunExtract},   {extractAll, RunExtractAll}, {info, RunInfo},
         {frame, RunFrame}, {sequence, RunSequence}, {slx, RunSLX},               {palette, RunPalette},
-        {exportImages, RunExport}, {convert, RunConvert},
+        {exportImages, RunExport}, {convert, RunConvert}, {thumbnail, RunThumbnail},
     };
     for (const auto& [command, run] : commands) {
         if (!command->parsed()) continue;

@@ -20,6 +20,12 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
                     const std::string& out, std::vector<NamedFile>& files, Host& host) {
     CanvasBounds canvas;
     if (Outcome measured = CheckedCanvas(frames, canvas); !measured) return measured;
+    for (size_t i = 0; i < frames.size(); ++i) {
+        if (frames[i].Width > MaxSheetSide || frames[i].Height > MaxSheetSide) {
+            return Outcome::Failure("frame " + std::to_string(i + 1) + " is " + std::to_string(frames[i].Width) + " x " +
+                                    std::to_string(frames[i].Height) + " pixels, larger than a sheet of 16384 on a side");
+        }
+    }
     const SheetLayout layout = LayOutSheet(frames);
     if (layout.Width > MaxSheetSide || layout.Height > MaxSheetSide) {
         return Outcome::Failure("a sheet of " + std::to_string(layout.Width) + " x " + std::to_string(layout.Height) +

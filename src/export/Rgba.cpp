@@ -89,3 +89,29 @@ Outcome ForEachCanvasFrame(const SLPFile& sprite, const RgbaOptions& options, Ho
     }
     return Outcome::Success();
 }
+
+Outcome MakeThumbnail(const SLPFile& sprite, int32_t size, RgbaPicture& thumbnail, Host& host) {
+    if (size < 1 || size > MaxThumbnailSide) return Outcome::Failure("a thumbnail is 1 to 4096 pixels a side");
+    SLPHeader header;
+    std::vector<SLPFrameInfo> frames;
+    if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) return read;
+    RgbaPicture frame;
+    if (Outcome decoded = DecodeRgbaFrame(sprite, frames, 1, {}, frame, host); !decoded) return decoded;
+    if (frame.Width < 1 || frame.Height < 1) return Outcome::Failure("the first frame has no pixels");
+
+    // Sizes in whole numbers: up by the factor, or down to fit with the aspect kept.
+    const int64_t factor = std::max<int64_t>(1, std::min(size / frame.Width, size / frame.Height));
+    int64_t width = frame.Width * factor, height = frame.Height * factor;
+    if (width > size || height > size) {
+        const double shrink = std::min(double(size) / frame.Width, double(size) / frame.Height);
+        width = std::clamp<int64_t>(int64_t(frame.Width * shrink), 1, size);
+        height = std::clamp<int64_t>(int64_t(frame.Height * shrink), 1, size);
+    }
+    thumbnail.Resize(int32_t(width), int32_t(height));
+    for (int64_t y = 0; y < height; ++y) {
+        const uint8_t* from = frame.Row(int32_t(y * frame.Height / height));
+        uint8_t* to = thumbnail.Row(int32_t(y));
+        for (int64_t x = 0; x < width; ++x) std::memcpy(to + 4 * x, from + 4 * (x * frame.Width / width), 4);
+    }
+    return Outcome::Success();
+}

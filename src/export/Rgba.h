@@ -50,3 +50,11 @@ Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bou
 // of the canvas transparent. Stops at the first damaged frame or at the first failure of `use`.
 Outcome ForEachCanvasFrame(const SLPFile& sprite, const RgbaOptions& options, Host& host,
                            const std::function<Outcome(int32_t number, const RgbaPicture& canvas)>& use);
+
+// The largest thumbnail made, in pixels a side.
+inline constexpr int32_t MaxThumbnailSide = 4096;
+
+// A thumbnail of the sprite: its first frame in RGBA, scaled by the largest whole factor that fits
+// size x size, nearest neighbour, so that pixel art stays sharp; a frame larger than that is shrunk to
+// fit, nearest neighbour too. Fails for a frame that is damaged or has no pixels.
+Outcome MakeThumbnail(const SLPFile& sprite, int32_t size, RgbaPicture& thumbnail, Host& host);

@@ -7,6 +7,9 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMimeData>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QMenuBar>
@@ -130,6 +133,7 @@ MainForm::MainForm(Platform platform) : platform_(platform) {
     resize(TwipsToPixels(ClientWidth, TwipsPerPixelX()),
            TwipsToPixels(ClientHeight, TwipsPerPixelY()) + menuBar()->sizeHint().height());
     client_->installEventFilter(this);
+    setAcceptDrops(true);  // an archive dropped on the window opens as from File > Open
     connect(qApp, &QCoreApplication::aboutToQuit, this, &MainForm::Form_Unload);
     Form_Load();
 }
@@ -183,6 +187,23 @@ void MainForm::Form_Resize() {
 bool MainForm::eventFilter(QObject* watched, QEvent* event) {
     if (watched == client_ && event->type() == QEvent::Resize) Form_Resize();
     return QMainWindow::eventFilter(watched, event);
+}
+
+// The local file of a drag, if it carries one.
+static QString DroppedFile(const QMimeData* data) {
+    if (!data || !data->hasUrls() || data->urls().isEmpty() || !data->urls().first().isLocalFile()) return {};
+    return data->urls().first().toLocalFile();
+}
+
+void MainForm::dragEnterEvent(QDragEnterEvent* event) {
+    if (!DroppedFile(event->mimeData()).isEmpty()) event->acceptProposedAction();
+}
+
+void MainForm::dropEvent(QDropEvent* event) {
+    const QString file = DroppedFile(event->mimeData());
+    if (file.isEmpty()) return;
+    event->acceptProposedAction();
+    OpenFromOutside(file.toStdString());
 }
 
 void MainForm::closeEvent(QCloseEvent* event) {
@@ -456,7 +477,31 @@ void MainForm::menu_file_open_Click() {
     const std::string chosen = MainComDlg.FileName;
     std::error_code error;
     if (chosen.empty() || !std::filesystem::is_regular_file(chosen, error)) return;
+    OpenArchive(chosen);
+}
 
+bool MainForm::OpenFromOutside(const std::string& path) {
+    // As File > Open does with the name its dialog hands back, and the dialog goes on from there; a name
+    // that can't be opened says why, since no dialog stood between the user and the file.
+    std::error_code error;
+    const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+    const std::string name = error ? path : absolute.lexically_normal().string();
+    std::string problem;
+    if (!std::filesystem::exists(name, error)) problem = "No such file";
+    else if (!std::filesystem::is_regular_file(name, error)) problem = "Not a file";
+    else if (std::FILE* file = std::fopen(name.c_str(), "rb")) std::fclose(file);
+    else problem = "The file can't be read";
+    if (!problem.empty()) {
+        ShowMessage("Cannot open " + name + ": " + problem + ".", MessageStyle::Critical, "Error");
+        return false;
+    }
+    SetStatusText("Opening file...");
+    MainComDlg.FileName = name;
+    OpenArchive(name);
+    return DRSFileOpen;
+}
+
+void MainForm::OpenArchive(const std::string& chosen) {
     CloseArchive();
     DRSFileOpen = true;
     DRSFilePath = chosen;

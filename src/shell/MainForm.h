@@ -45,6 +45,10 @@ public:
     void Form_Unload();
     void Form_Resize();
     void menu_file_open_Click();
+    // Opens an archive named from outside the window, on the command line or by a drop, as File > Open
+    // opens the name its dialog hands back. A name that can't be opened gets a box; false then, and
+    // when the archive was refused.
+    bool OpenFromOutside(const std::string& path);
     void menu_file_exit_Click();
     void menu_extract_file_Click();
     void menu_extract_all_Click();
@@ -173,6 +177,8 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void changeEvent(QEvent* event) override;
 
@@ -183,6 +189,7 @@ private:
     void SetCaption(QLabel* label, std::string_view text);  // the label takes the size of its text
     void RefreshImage(bool Force);
     void CloseArchive();
+    void OpenArchive(const std::string& chosen);  // File > Open from the name on: the three outcomes
     void ShowPreviewText(int32_t id, const std::string& path);
     CatalogueRow* SelectedRow();  // the catalogue row of the list's selection; null when none is selected
     bool AskImageFileName(const char* filter);  // ComDlg's save form; false when there is no name to save to

@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <iostream>
+#include <string_view>
 #include <unistd.h>
 
 #include <QApplication>
@@ -34,6 +35,22 @@ void CloseOnEndSignals(MainForm& window) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    // Questions about the program are answered without a window.
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument == "--help" || argument == "-h") {
+            std::cout << "Usage: brindle [ARCHIVE]\n"
+                         "The viewer and extractor of DRS archives: opens ARCHIVE, if given, as File > Open does.\n"
+                         "  -h, --help     show this and end\n"
+                         "  -V, --version  show the version and end\n"
+                         "brindle-cli does the same work from the command line; see brindle-cli --help.\n";
+            return 0;
+        }
+        if (argument == "--version" || argument == "-V") {
+            std::cout << "brindle " << BRINDLE_VERSION << '\n';
+            return 0;
+        }
+    }
     if (const std::string missing = MissingDisplayMessage(argc, argv, argc > 0 ? argv[0] : "brindle"); !missing.empty()) {
         std::cerr << missing << '\n';
         return 1;
@@ -44,5 +61,13 @@ int main(int argc, char* argv[]) {
     MainForm window(desktop.Services());
     CloseOnEndSignals(window);
     window.show();
+    // The archive named on the command line, as a file manager passes it (Exec=brindle %f). Qt has
+    // taken its own options out of the arguments by now.
+    const QStringList arguments = QApplication::arguments();
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        if (arguments[i].startsWith(u'-')) continue;
+        window.OpenFromOutside(arguments[i].toStdString());
+        break;
+    }
     return QApplication::exec();
 }

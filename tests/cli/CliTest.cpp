@@ -1,5 +1,7 @@
 // brindle-cli as a user runs it: its commands, entries by ID, and how it speaks.
 
+#include <nlohmann/json.hpp>
+
 #include <sstream>
 
 #include "CliFixture.h"
@@ -271,6 +273,63 @@ TEST_F(CliTest, ConvertDoesEverySpriteAndGoesOnPastADamagedOne) {
     ASSERT_EQ(Run("convert many.drs bmp --format bmp --table SLP").Code, 1);
     EXPECT_EQ(NamesIn(dir / "bmp/01-SLP/100"), (std::set<std::string>{"100001.bmp", "100002.bmp"}));
     EXPECT_FALSE(std::filesystem::exists(dir / "bmp/01-SLP/105/105001.bmp"));
+}
+
+}  // namespace
+
+// ---- thumbnails and JSON ---------------------------------------------------------------------------
+
+namespace {
+
+// The width and height in a PNG file's header.
+std::pair<int, int> PngSize(const Bytes& png) {
+    if (png.size() < 24 || png[1] != 'P' || png[2] != 'N' || png[3] != 'G') return {0, 0};
+    auto at = [&](size_t i) { return int(png[i]) << 24 | int(png[i + 1]) << 16 | int(png[i + 2]) << 8 | int(png[i + 3]); };
+    return {at(16), at(20)};
+}
+
+TEST_F(CliTest, ThumbnailsScaleByWholeFactorsAndShrinkToFit) {
+    WriteTestSprite(2);  // frame 1 is 4 x 3
+    const Bytes sprite = ReadFileBytes(dir / "walk.slp");
+    WriteFileBytes(dir / "a.drs", WriteArchive({Flavour::Year1997, {{StoredTag("bin"), {{1, {1, 2}}}}, {StoredTag("slp"), {{7, sprite}}}}}));
+    WriteFileBytes(dir / "none.drs", WriteArchive({Flavour::Year1997, {{StoredTag("bin"), {{1, {1, 2}}}}}}));
+    Art big(300, 150);
+    WriteFileBytes(dir / "big.slp", WriteSprite({EncodeFrame(big)}));
+    const std::tuple<std::string, int, std::pair<int, int>> cases[] = {
+        {"walk.slp", 128, {128, 96}},  // 32 times
+        {"walk.slp", 10, {8, 6}},      // twice: 3 times would not fit
+        {"a.drs", 64, {64, 48}},       // the archive's first sprite
+        {"big.slp", 128, {128, 64}},   // shrunk to fit
+    };
+    for (const auto& [input, size, expected] : cases) {
+        SCOPED_TRACE(input + " " + std::to_string(size));
+        const CliResult r = Run("thumbnail " + input + " t.png " + std::to_string(size));
+        EXPECT_EQ(r.Code, 0) << r.Err;
+        EXPECT_EQ(PngSize(ReadFileBytes(dir / "t.png")), expected);
+    }
+    const CliResult none = Run("thumbnail none.drs n.png 64");
+    EXPECT_TRUE(none.SaysInOneLine("brindle-cli: thumbnail: none.drs: holds no sprite")) << none.Err;
+    EXPECT_FALSE(std::filesystem::exists(dir / "n.png"));
+    EXPECT_EQ(Run("thumbnail walk.slp t.png 0").Code, 2);
+}
+
+TEST_F(CliTest, JsonSaysWhatTheTextSays) {
+    WriteTestArchive();
+    const auto list = nlohmann::json::parse(Run("list test.drs --json").Out);
+    ASSERT_EQ(list["rows"].size(), 8u);
+    EXPECT_EQ(list["rows"][2], (nlohmann::json{{"row", 2}, {"text", "5"}, {"kind", "slp"}, {"id", 5}, {"offset", list["rows"][2]["offset"]}, {"size", 2}}));
+    EXPECT_TRUE(list["rows"][2]["offset"].is_number());
+    EXPECT_EQ(list["rows"][4]["kind"], "heading");
+    EXPECT_EQ(list["rows"][5]["kind"], "other");
+
+    WriteDamagedSprite();
+    const CliResult info = Run("info damaged.slp --json");
+    EXPECT_EQ(info.Code, 1);
+    const auto sprite = nlohmann::json::parse(info.Out);
+    ASSERT_EQ(sprite["frames"].size(), 3u);
+    EXPECT_EQ(sprite["frames"][1]["width"], 5);
+    EXPECT_EQ(sprite["frames"][1]["hotspot"], (nlohmann::json{{"x", 1}, {"y", 1}}));
+    EXPECT_EQ(sprite["damaged"][0]["frame"], 2);
 }
 
 }  // namespace

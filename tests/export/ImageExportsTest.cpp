@@ -299,7 +299,7 @@ TEST_F(ImageExportTest, DamageAndSizesBeyondTheLimitsWriteNothing) {
     std::vector<uint8_t> wide = WriteSprite({EncodeFrame(Art(20000, 1))});
     const std::pair<Bytes, std::string> cases[] = {
         {damaged, "frame 2: row 0: a player colour lies past the end of the palette"},
-        {wide, "a sheet of 20000 x 1 pixels is larger than 16384 on a side"},
+        {wide, "frame 1 is 20000 x 1 pixels, larger than a sheet of 16384 on a side"},
     };
     for (const auto& [bytes, reason] : cases) {
         sprite.Bytes = bytes;

@@ -6,6 +6,9 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QUrl>
 #include <QLineEdit>
 #include <QLabel>
 #include <QMenuBar>
@@ -165,6 +168,37 @@ private slots:
         QCOMPARE(Str(form->StatusText->text()), "");
         QVERIFY(!MainForm::IsEnabled(form->menu_extract_all) && !MainForm::IsEnabled(form->menu_extract_file));
         QCOMPARE(form->DRSFilesList->ListCount(), 0);  // rows of the archive just closed are of no use
+    }
+
+    void anArchiveNamedFromOutsideOpensAsFromTheMenu() {
+        QVERIFY(form->OpenFromOutside(archivePath));
+        QCOMPARE(Str(form->DRSFileLabel2->text()), "tiny");
+        QCOMPARE(form->DRSFilesList->ListCount(), 13);
+        QCOMPARE(Str(form->StatusText->text()), "");
+        QVERIFY(MainForm::IsEnabled(form->menu_extract_all));
+        form->menu_file_open_Click();  // the dialog goes on from the archive's folder
+        QCOMPARE(desktop->DialogsShown.back().FileName, archivePath);
+
+        // A name that isn't there says so and changes nothing.
+        QVERIFY(!form->OpenFromOutside(At("missing.drs")));
+        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Cannot open " + At("missing.drs") + ": No such file.",
+                                                             MessageStyle::Critical, "Error"}}));
+        QVERIFY(form->DRSFileOpen);
+        QCOMPARE(form->DRSFilePath, archivePath);
+
+        // A file dropped on a fresh window opens the same way.
+        form = std::make_unique<MainForm>(desktop->Services());
+        form->show();
+        QMimeData dropped;
+        dropped.setUrls({QUrl::fromLocalFile(QString::fromStdString(archivePath))});
+        QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &dropped, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(form.get(), &enter);
+        QVERIFY(enter.isAccepted());
+        QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &dropped, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(form.get(), &drop);
+        QVERIFY(drop.isAccepted());
+        QVERIFY(form->DRSFileOpen);
+        QCOMPARE(form->DRSFilesList->ListCount(), 13);
     }
 
     void selectionShowsEachKind_data() {

@@ -30,5 +30,12 @@ TEST(WindowStartTest, WithoutADisplayItSaysSoInOneLineAndHowToUseAVirtualOne) {
         EXPECT_NE(text.find("xvfb-run -a " + std::string(program)), std::string::npos) << text;
         EXPECT_TRUE(ReadFileBytes(dir / "out").empty());
     }
+    // Questions about the program need no display.
+    for (const std::string question : {"--version", "-V", "--help"}) {
+        const std::string line = "env -i '" + std::string(program) + "' " + question + " >'" + (dir / "out") + "'";
+        EXPECT_EQ(std::system(line.c_str()), 0) << question;
+        const std::vector<uint8_t> out = ReadFileBytes(dir / "out");
+        EXPECT_TRUE(std::string(out.begin(), out.end()).starts_with(question == "--help" ? "Usage: brindle" : "brindle ")) << question;
+    }
 #endif
 }
