@@ -1,4 +1,4 @@
-// A sprite from any bytes: its headers, every frame decoded and recoloured as on screen and encoded as
+// A sprite from any bytes: its headers, its thumbnail, every frame decoded and recoloured as on screen and encoded as
 // a BMP file, then the whole sprite exported as a sequence on one canvas and in every format of
 // today's tools: PNG, APNG, GIF and the sprite sheet.
 
@@ -30,6 +30,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     SLPHeader header;
     std::vector<SLPFrameInfo> frames;
     if (!ParseSLPHeaders(file, header, frames)) return 0;
+    // The thumbnail a file manager asks for, at a size of its own.
+    RgbaPicture thumbnail;
+    (void)MakeThumbnail(file, static_cast<int32_t>(1 + size % 300), thumbnail, host);
     for (const SLPFrameInfo& frame : frames) {
         cDIBSection image, mask;
         (void)DecodeSLPFrame(file, frame, image, mask, false, host, ScreenColours());

@@ -208,7 +208,8 @@ bool PrepareColours(const Options& options, CliHost& host, Outputs& outputs) {
 
 // Only letters and digits of the name are kept, so that no name can lead out of the target folder.
 std::string TableFolderName(int position, const std::string& heading) {
-    std::string name = (position < 10 ? "0" : "") + std::to_string(position);
+    std::string name = std::to_string(position);
+    if (position < 10) name.insert(0, 1, '0');
     std::string tag;
     for (char c : TableOfHeading(heading)) {
         if ((c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) tag += c;
