@@ -3,14 +3,17 @@
 # make bench     builds optimised and runs the benchmarks
 # make cli-demo  shows brindle-cli at work on the demo archive
 # make fuzz      builds the fuzz targets with clang and runs each for FUZZ_SECONDS (default 60)
+# make install   builds optimised and installs under PREFIX (default /usr/local; DESTDIR is honoured)
+# make uninstall removes what the last `make install` put in place
 
 JOBS ?= $(shell nproc)
 WERROR := $(if $(CI),ON,OFF)
 DEMO_OUT := build/demo-export
 
 BIN := build/release/bin
+PREFIX ?= /usr/local
 
-.PHONY: deps demo run cli-demo test bench fuzz clean
+.PHONY: deps demo run cli-demo test bench fuzz install uninstall clean
 
 deps:
 	@scripts/install-deps.sh
@@ -58,6 +61,14 @@ fuzz:
 	  -DBRINDLE_WINDOW=OFF -DBRINDLE_TESTS=OFF -DBRINDLE_WERROR=$(WERROR)
 	cmake --build build/fuzz -j $(JOBS)
 	scripts/fuzz.sh
+
+# The programs, desktop entry, metainfo, MIME types, thumbnailer, icons and manual page.
+install: deps build/release/build.ninja
+	cmake --build build/release -j $(JOBS)
+	cmake --install build/release --prefix $(PREFIX)
+
+uninstall:
+	cmake --build build/release --target uninstall
 
 clean:
 	rm -rf build

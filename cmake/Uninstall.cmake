@@ -1,0 +1,25 @@
+# [DESTDIR=...] cmake -DMANIFEST=<build>/install_manifest.txt -P Uninstall.cmake
+# Removes every file the last install from the build put in place, as its manifest lists them. The
+# manifest leaves DESTDIR out, so an install under DESTDIR is removed with the same DESTDIR. Folders
+# stay: others may share them.
+if(NOT EXISTS "${MANIFEST}")
+  message(FATAL_ERROR "Nothing to uninstall: ${MANIFEST} is missing; it is written by an install from this build")
+endif()
+file(STRINGS "${MANIFEST}" installed)
+set(kept)
+foreach(listed IN LISTS installed)
+  set(file "$ENV{DESTDIR}${listed}")
+  if(EXISTS "${file}" OR IS_SYMLINK "${file}")
+    message(STATUS "Removing ${file}")
+    file(REMOVE "${file}")
+    if(EXISTS "${file}" OR IS_SYMLINK "${file}")
+      list(APPEND kept "${file}")
+    endif()
+  else()
+    message(STATUS "Already gone: ${file}")
+  endif()
+endforeach()
+if(kept)
+  list(JOIN kept "\n  " kept)
+  message(FATAL_ERROR "Could not remove:\n  ${kept}")
+endif()
