@@ -10,6 +10,7 @@ packages=(
   qt6-base-dev qt6-multimedia-dev libx11-dev
   fonts-liberation fonts-dejavu-core fonts-dejavu-extra
   xvfb xauth
+  desktop-file-utils appstream shared-mime-info xdg-utils libfile-mimeinfo-perl man-db
 )
 if [ "${1:-}" = fuzz ]; then
   packages+=(clang libclang-rt-14-dev)
