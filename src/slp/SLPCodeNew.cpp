@@ -231,18 +231,28 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
         return {DecodeDamaged, "a frame of " + std::to_string(width) + " x " + std::to_string(height) +
                                    " pixels is larger than Brindle draws"};
     }
-    image.Create(width, height);
-    mask.Create(width, height);
+    // Every byte is set below, so the surfaces are not zeroed first: each row's pixels are drawn up to
+    // where its commands and margins end, and the rest of the row is cleared; a decode that ends early
+    // clears the rows it leaves. The rows decoded so far stay complete, the rest black.
+    image.CreateForOverwrite(width, height);
+    mask.CreateForOverwrite(width, height);
     if (height < 1 || width == 0) return {};
-    // From here on, damage leaves the rows decoded so far complete and the rest black.
+    // Clears from pixel x of row on, and every row below.
+    auto endAt = [&](int32_t row, int64_t x, DecodeResult result) {
+        for (int32_t y = row; y < height; ++y, x = 0) {
+            image.ClearRowFrom(y, x);
+            mask.ClearRowFrom(y, x);
+        }
+        return result;
+    };
     if (!Inside(frame.OutlineTableOffset, int64_t{height} * 4, size)) {
-        return {DecodeDamaged, "the outline table lies outside the file"};
+        return endAt(0, 0, {DecodeDamaged, "the outline table lies outside the file"});
     }
 
     const uint8_t* bytes = file.Bytes.data();
     const MemoryPalette palette = MemoryOrderPalette();
     for (int32_t row = 0; row < height; ++row) {
-        if (allowEscape && host.IsEscapeDown()) return {DecodeEscaped, {}};
+        if (allowEscape && host.IsEscapeDown()) return endAt(row, 0, {DecodeEscaped, {}});
 
         const uint8_t* outline = bytes + frame.OutlineTableOffset + 4 * static_cast<size_t>(row);
         const int16_t left = LoadI16(outline);
@@ -250,20 +260,25 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
         if (left == BlankRowMark) {
             image.FillRun(0, width - 1, row, colours.Transparent);
             mask.FillRun(0, width - 1, row, LayerTransparent);
+            image.ClearRowFrom(row, width);
+            mask.ClearRowFrom(row, width);
             continue;
         }
         image.FillRun(0, left - 1, row, colours.Transparent);
         mask.FillRun(0, left - 1, row, LayerTransparent);
 
         const int64_t commandAt = int64_t{frame.CommandTableOffset} + 4 * int64_t{row};
-        if (!Inside(commandAt, 4, size)) return Damaged(row, "its command table entry lies outside the file");
+        if (!Inside(commandAt, 4, size)) return endAt(row, left, Damaged(row, "its command table entry lies outside the file"));
         const int32_t streamAt = LoadI32(bytes + commandAt);
-        if (!Inside(streamAt, 1, size)) return Damaged(row, "its commands lie outside the file");
+        if (!Inside(streamAt, 1, size)) return endAt(row, left, Damaged(row, "its commands lie outside the file"));
 
         RowDecoder decoder(file.Bytes, static_cast<size_t>(streamAt), palette, colours, image, mask, row, left);
-        if (std::string problem = decoder.Run(); !problem.empty()) return Damaged(row, problem);
+        if (std::string problem = decoder.Run(); !problem.empty()) return endAt(row, decoder.X(), Damaged(row, problem));
         image.FillRun(decoder.X(), decoder.X() + right - 1, row, colours.Transparent);
         mask.FillRun(decoder.X(), decoder.X() + right - 1, row, LayerTransparent);
+        const int64_t drawnTo = decoder.X() + std::max<int64_t>(right, 0);
+        image.ClearRowFrom(row, drawnTo);
+        mask.ClearRowFrom(row, drawnTo);
     }
     return {};
 }

@@ -76,7 +76,9 @@ bool cDIBSection::CopyToClipboard(Host& host, bool bAsDIB) const {
     return IsCreated() && host.PutBitmapOnClipboard(*this);
 }
 
-bool cDIBSection::CreateDIB(int32_t lWidth, int32_t lheight) {
+bool cDIBSection::CreateDIB(int32_t lWidth, int32_t lheight) { return CreateDIB(lWidth, lheight, true); }
+
+bool cDIBSection::CreateDIB(int32_t lWidth, int32_t lheight, bool zeroed) {
     Info = BitmapInfoHeader{};
     Info.biSize = InfoHeaderSize;
     Info.biWidth = lWidth;
@@ -88,7 +90,7 @@ bool cDIBSection::CreateDIB(int32_t lWidth, int32_t lheight) {
     if (lWidth <= 0 || lheight <= 0 || pixels > MaxSurfacePixels) return false;
     stride_ = static_cast<size_t>(BytesPerScanLine());
     Info.biSizeImage = static_cast<uint32_t>(static_cast<size_t>(lheight) * stride_);
-    bits_.assign(Info.biSizeImage, 0);
+    bits_.assign(Info.biSizeImage, zeroed);
     return true;
 }
 
@@ -99,7 +101,12 @@ void cDIBSection::CreateFromPicture(const cDIBSection& picThis) {
 
 bool cDIBSection::Create(int32_t lWidth, int32_t lheight) {
     ClearUp();
-    return CreateDIB(lWidth, lheight);
+    return CreateDIB(lWidth, lheight, true);
+}
+
+bool cDIBSection::CreateForOverwrite(int32_t lWidth, int32_t lHeight) {
+    ClearUp();
+    return CreateDIB(lWidth, lHeight, false);
 }
 
 int32_t cDIBSection::BytesPerScanLine() const {

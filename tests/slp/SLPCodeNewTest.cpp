@@ -162,6 +162,43 @@ TEST_F(SLPDecoderTest, DamagedFilesEndInAnOrderlyWay) {
     }
 }
 
+// The decoder draws every byte of its surfaces itself, so a surface that held a larger frame keeps
+// nothing of it: not in the margins, not behind a row's last command, not in the rows' padding, and
+// not in the rows a damaged frame leaves black.
+TEST_F(SLPDecoderTest, ASurfaceUsedBeforeKeepsNothingOfItsLastFrame) {
+    Art big(40, 30);
+    for (size_t i = 0; i < big.Pixels.size(); ++i) big.Pixels[i] = {Layer::Colour, uint8_t(i % 200 + 1)};
+    const SLPFile bigFile{"big.slp", WriteSprite({EncodeFrame(big)})};
+    Art small(5, 4);  // 15 bytes a row and one of padding; a blank row, margins, a run short of the edge
+    small.At(1, 0) = {Layer::Colour, 3};
+    small.At(2, 0) = {Layer::Shadow, 0};
+    small.At(0, 2) = {Layer::Player, 2};
+    small.At(4, 3) = {Layer::OutlineOuter, 0};
+    SpriteLayout at;
+    const Bytes smallBytes = WriteSprite({EncodeFrame(small)}, "2.0N", "", &at);
+    Bytes damagedBytes = smallBytes;
+    damagedBytes[size_t(at.RowStreamAt[0][2])] = 0x1A, damagedBytes[size_t(at.RowStreamAt[0][2]) + 1] = 240;
+
+    cDIBSection image, mask;
+    for (const bool damaged : {false, true}) {
+        SCOPED_TRACE(damaged);
+        SLPHeader header;
+        std::vector<SLPFrameInfo> frames;
+        ASSERT_TRUE(ParseSLPHeaders(bigFile, header, frames));
+        ASSERT_EQ(DecodeSLPFrame(bigFile, frames[0], image, mask, false, quiet).Code, DecodeFinished);
+        const SLPFile smallFile{"small.slp", damaged ? damagedBytes : smallBytes};
+        ASSERT_TRUE(ParseSLPHeaders(smallFile, header, frames));
+        EXPECT_EQ(DecodeSLPFrame(smallFile, frames[0], image, mask, false, quiet).Code, damaged ? DecodeDamaged : DecodeFinished);
+        Pixels wantImage = ExpectedImage(small, Palette), wantMask = ExpectedMask(small);
+        if (damaged) {  // row 2 fails at its first command: rows 2 and 3 stay black
+            std::fill(wantImage.begin() + 10, wantImage.end(), 0);
+            std::fill(wantMask.begin() + 10, wantMask.end(), 0);
+        }
+        EXPECT_EQ(image.EncodeBitmap(), BitmapOf(5, wantImage));
+        EXPECT_EQ(mask.EncodeBitmap(), BitmapOf(5, wantMask));
+    }
+}
+
 TEST_F(SLPDecoderTest, RandomPicturesSurviveTheRoundTrip) {
     std::mt19937 rng(20240607);
     auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
