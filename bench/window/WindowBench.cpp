@@ -29,33 +29,28 @@ void BM_FillAndShowLongestList(benchmark::State& state) {
 }
 BENCHMARK(BM_FillAndShowLongestList)->Unit(benchmark::kMillisecond);
 
-// A text entry of 8 MiB in lines of 56 characters, escaped and shown in colour.
+// A text entry escaped and shown in colour in the preview pane.
+void ShowText(benchmark::State& state, const std::string& text) {
+    RichTextBox box(nullptr);
+    box.resize(400, 300);
+    box.show();
+    for (auto _ : state) {
+        box.SetTextRTF(TextPreviewOfText(text, 7).Rtf);
+        QApplication::processEvents();
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(text.size()));
+}
+
+// 8 MiB in lines of 56 characters.
 void BM_ShowLargeText(benchmark::State& state) {
     std::string text;
     while (text.size() < (size_t{8} << 20)) text += "a line of text with {braces} and a \\ backslash, 0123\r\n";
-    RichTextBox box(nullptr);
-    box.resize(400, 300);
-    box.show();
-    for (auto _ : state) {
-        box.SetTextRTF(TextPreviewOfText(text, 7).Rtf);
-        QApplication::processEvents();
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(text.size()));
+    ShowText(state, text);
 }
 BENCHMARK(BM_ShowLargeText)->Unit(benchmark::kMillisecond);
 
-// A text entry of one line of 1 MiB with no place to break it, such as a run of zero bytes.
-void BM_ShowOneLongLine(benchmark::State& state) {
-    const std::string text(size_t{1} << 20, 'a');
-    RichTextBox box(nullptr);
-    box.resize(400, 300);
-    box.show();
-    for (auto _ : state) {
-        box.SetTextRTF(TextPreviewOfText(text, 7).Rtf);
-        QApplication::processEvents();
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(text.size()));
-}
+// One line of 1 MiB with no place to break it, such as a run of zero bytes.
+void BM_ShowOneLongLine(benchmark::State& state) { ShowText(state, std::string(size_t{1} << 20, 'a')); }
 BENCHMARK(BM_ShowOneLongLine)->Unit(benchmark::kMillisecond);
 
 }  // namespace

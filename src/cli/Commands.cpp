@@ -217,6 +217,23 @@ std::string TableFolderName(int position, const std::string& heading) {
     return tag.empty() ? name : name + "-" + tag;
 }
 
+void ForEachEntryByTable(const std::vector<ListRow>& rows, const std::string& out, const std::string& table,
+                         const std::function<void(size_t, const fs::path&, std::set<std::string>&)>& use) {
+    fs::path folder;
+    bool wanted = false;
+    int tables = 0;
+    std::set<std::string> used;
+    for (size_t i = 0; i < rows.size(); ++i) {
+        if (rows[i].ItemData == KindHeading) {
+            folder = fs::path(out) / TableFolderName(++tables, rows[i].Text);
+            wanted = table.empty() || SameTable(TableOfHeading(rows[i].Text), table);
+            used.clear();
+        } else if (wanted) {
+            use(i, folder, used);
+        }
+    }
+}
+
 std::string DistinctName(const std::string& name, std::set<std::string>& used) {
     std::string candidate = name;
     const size_t dot = name.find('.');
@@ -332,20 +349,9 @@ int RunExtractAll(const Options& options) {
     if (!TableExists(options.Command, options.Source, rows, options.Table)) return ExitFailed;
 
     std::vector<PlannedCopy> plan;
-    fs::path folder;
-    bool wanted = false;
-    int tables = 0;
-    std::set<std::string> used;
-    for (size_t i = 0; i < rows.size(); ++i) {
-        if (rows[i].ItemData == KindHeading) {
-            folder = fs::path(options.Out) / TableFolderName(++tables, rows[i].Text);
-            wanted = options.Table.empty() || SameTable(TableOfHeading(rows[i].Text), options.Table);
-            used.clear();
-            continue;
-        }
-        if (!wanted) continue;
-        plan.push_back({i, (folder / DistinctName(ProposedName(rows[i].ItemData, CatalogueAt(i).ID), used)).string()});
-    }
+    ForEachEntryByTable(rows, options.Out, options.Table, [&](size_t row, const fs::path& folder, std::set<std::string>& used) {
+        plan.push_back({row, (folder / DistinctName(ProposedName(rows[row].ItemData, CatalogueAt(row).ID), used)).string()});
+    });
     return CopyEntries(options, archive, plan, true, outputs, &host) ? ExitOk : ExitFailed;
 }
 

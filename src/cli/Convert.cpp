@@ -101,21 +101,11 @@ int RunConvert(const Options& options) {
     // The sprites, in the folders extract-all makes; png and bmp sequences each in a folder of the ID.
     const bool sequence = options.Format == "png" || options.Format == "bmp";
     std::vector<Job> jobs;
-    fs::path folder;
-    bool wanted = false;
-    int tables = 0;
-    std::set<std::string> used;
-    for (size_t i = 0; i < rows.size(); ++i) {
-        if (rows[i].ItemData == KindHeading) {
-            folder = fs::path(options.Out) / TableFolderName(++tables, rows[i].Text);
-            wanted = options.Table.empty() || SameTable(TableOfHeading(rows[i].Text), options.Table);
-            used.clear();
-            continue;
-        }
-        if (!wanted || rows[i].ItemData != KindSLP) continue;
-        const std::string id = DistinctName(std::to_string(DRSCatalogue[i].ID), used);
-        jobs.push_back({i, ((sequence ? folder / id / id : folder / id)).string()});
-    }
+    ForEachEntryByTable(rows, options.Out, options.Table, [&](size_t row, const fs::path& folder, std::set<std::string>& used) {
+        if (rows[row].ItemData != KindSLP) return;
+        const std::string id = DistinctName(std::to_string(DRSCatalogue[row].ID), used);
+        jobs.push_back({row, (sequence ? folder / id / id : folder / id).string()});
+    });
 
     std::mutex archiveReads;
     std::atomic<size_t> next{0};
