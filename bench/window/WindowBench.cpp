@@ -5,7 +5,11 @@
 
 #include <QApplication>
 
+#include <random>
+
+#include "RecordingHost.h"
 #include "ScriptedPlatform.h"
+#include "Writers.h"
 #include "archive/DRSCode.h"
 #include "shell/Controls.h"
 #include "shell/MainForm.h"
@@ -52,6 +56,38 @@ BENCHMARK(BM_ShowLargeText)->Unit(benchmark::kMillisecond);
 // One line of 1 MiB with no place to break it, such as a run of zero bytes.
 void BM_ShowOneLongLine(benchmark::State& state) { ShowText(state, std::string(size_t{1} << 20, 'a')); }
 BENCHMARK(BM_ShowOneLongLine)->Unit(benchmark::kMillisecond);
+
+// A click on a row of a 512 x 512 sprite until its first frame is painted, the temporary copy and the
+// decode included; two such sprites take turns, so that every click is a new selection.
+void BM_ClickSpriteRowToPaint(benchmark::State& state) {
+    const fixtures::TempDir dir;
+    qputenv("temp", QByteArray::fromStdString(dir / "tmp"));
+    std::mt19937 random(7);
+    std::vector<fixtures::EntryFixture> sprites;
+    for (int32_t id : {1, 2}) {
+        fixtures::Art art(512, 512);
+        for (size_t i = 0; i < art.Pixels.size();) {  // runs of 1 to 60 pixels of every kind
+            const auto kind = fixtures::Layer(random() % 6);
+            const auto index = static_cast<uint8_t>(kind == fixtures::Layer::Player ? random() % 200 : random() % 256);
+            for (size_t n = 1 + random() % 60; n > 0 && i < art.Pixels.size(); --n) art.Pixels[i++] = {kind, index};
+        }
+        sprites.push_back({id, fixtures::WriteSprite({fixtures::EncodeFrame(art, 256, 500)})});
+    }
+    fixtures::WriteFileBytes(dir / "big.drs", fixtures::WriteArchive({fixtures::Flavour::Year2001, {{fixtures::StoredTag("slp"), sprites}}}));
+    fixtures::ScriptedPlatform desktop;
+    MainForm form(desktop.Services());
+    form.show();
+    desktop.FileAnswers = {dir / "big.drs"};
+    form.menu_file_open_Click();
+    int row = 1;
+    for (auto _ : state) {
+        form.DRSFilesList->SetListIndex(row);
+        form.ResDisplayPic->repaint();
+        row = 3 - row;
+    }
+    if (form.ResDisplayPic->Picture().size() != QSize(512, 512)) state.SkipWithError("the sprite did not show");
+}
+BENCHMARK(BM_ClickSpriteRowToPaint)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
