@@ -237,11 +237,3 @@ std::string cDIBSection::ApiError(int32_t e) {
     return text;
 }
 
-void cDIBSection::FillRun(int64_t first, int64_t last, int64_t y, uint32_t colour) {
-    if (!IsCreated() || y < 0 || y >= Info.biHeight) return;
-    first = std::max<int64_t>(first, 0);
-    last = std::min<int64_t>(last, int64_t{Info.biWidth} - 1);
-    if (first > last) return;
-    uint8_t* p = RowPointer(static_cast<int32_t>(y)) + 3 * first;
-    FillPixels(p, static_cast<size_t>(last - first + 1), colour);
-}

@@ -142,7 +142,13 @@ public:
         return uint32_t{p[2]} | uint32_t{p[1]} << 8 | uint32_t{p[0]} << 16;
     }
     // Sets columns first to last of a row, both included, clipped to the surface.
-    void FillRun(int64_t first, int64_t last, int64_t y, uint32_t colour);
+    void FillRun(int64_t first, int64_t last, int64_t y, uint32_t colour) {
+        if (!IsCreated() || y < 0 || y >= Info.biHeight) return;
+        first = std::max<int64_t>(first, 0);
+        last = std::min<int64_t>(last, int64_t{Info.biWidth} - 1);
+        if (first > last) return;
+        FillPixels(RowPointer(static_cast<int32_t>(y)) + 3 * first, static_cast<size_t>(last - first + 1), colour);
+    }
 
     // Pixel memory of row y (0 = top), for the fast loops of the decoder and the exports.
     uint8_t* RowPointer(int32_t y) { return bits_.data() + static_cast<size_t>(Info.biHeight - 1 - y) * stride_; }
