@@ -1,8 +1,11 @@
 #include "export/SLPExports.h"
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
+#include <thread>
 
 #include "colour/Colours.h"
 #include "shell/Files.h"
@@ -35,15 +38,30 @@ public:
     const std::vector<SLPFrameInfo>& Frames() const { return frames_; }
     const SLPFrameInfo& Frame(int32_t number) const { return frames_[static_cast<size_t>(number - 1)]; }
 
-    // Shows that frame `number` is being saved and decodes it into Image and Mask, in the decoded colours.
-    // A damaged frame is decoded as far as it goes and exported like the others; the damage is noted
-    // for the end of the export, so that the files written stay a whole set.
-    void Decode(int32_t number) {
+    // Shows that frame `number` is being saved. Only the calling thread may do this: it talks to the host.
+    void ShowProgress(int32_t number) {
         host_.SetPictureStatusText("Saving frame " + std::to_string(number) + " of " + std::to_string(FrameCount()));
         host_.SetFrameScrollValue(static_cast<int16_t>(number));
         if (number % 5 == 0) host_.RepaintMainForm();
-        const DecodeResult decoded = DecodeSLPFrame(*file_, Frame(number), Image, Mask, false, host_);
+    }
+
+    // Decodes frame `number` into image and mask, in the decoded colours; any thread may, as the
+    // decoder asks the host nothing without ESC. A damaged frame is decoded as far as it goes and
+    // exported like the others.
+    DecodeResult DecodeInto(int32_t number, cDIBSection& image, cDIBSection& mask) const {
+        QuietHost nobody;
+        return DecodeSLPFrame(*file_, Frame(number), image, mask, false, nobody);
+    }
+
+    // The damage is noted for the end of the export, so that the files written stay a whole set.
+    void NoteDamage(int32_t number, const DecodeResult& decoded) {
         if (decoded.Code == DecodeDamaged && damage_.empty()) damage_ = "frame " + std::to_string(number) + ": " + decoded.Detail;
+    }
+
+    // ShowProgress, then DecodeInto Image and Mask.
+    void Decode(int32_t number) {
+        ShowProgress(number);
+        NoteDamage(number, DecodeInto(number, Image, Mask));
     }
 
     // A file that cannot be created ends the export; one that cannot be written to its end is noted,
@@ -128,17 +146,53 @@ Outcome ExportSequence(SpriteExport& sprite, const std::string& BasePath, Host& 
         return Outcome::Failure("the frames' hot spots spread them over " + std::to_string(bounds.Width()) + " x " +
                                 std::to_string(bounds.Height()) + " pixels, more than Brindle exports");
     }
-    cDIBSection canvas;
-    canvas.Create(static_cast<int32_t>(bounds.Width()), static_cast<int32_t>(bounds.Height()));
-    std::vector<uint8_t> background(3 * static_cast<size_t>(canvas.Width()));
-    FillPixels(background.data(), static_cast<size_t>(canvas.Width()), MaskColour);
+    // Two canvases take turns: a helper thread decodes and draws the next frames while this thread
+    // writes the one before and, alone, talks to the host.
+    struct Slot {
+        cDIBSection Image, Mask, Canvas;
+        DecodeResult Decoded;
+    };
+    Slot slots[2];
+    for (Slot& slot : slots) slot.Canvas.Create(static_cast<int32_t>(bounds.Width()), static_cast<int32_t>(bounds.Height()));
+    std::vector<uint8_t> background(3 * static_cast<size_t>(bounds.Width()));
+    FillPixels(background.data(), static_cast<size_t>(bounds.Width()), MaskColour);
 
-    for (int32_t i = 1; i <= sprite.FrameCount(); ++i) {
-        sprite.Decode(i);
-        DrawFrameOnCanvas(sprite.Image, sprite.Frame(i), bounds, background, canvas);
-        if (Outcome saved = sprite.Save(canvas, BasePath + PadFrameNumber(i) + ".bmp"); !saved) return saved;
+    std::mutex turns;
+    std::condition_variable changed;
+    int32_t drawn = 0, written = 0;  // frames drawn on their canvas, and frames whose canvas is written
+    bool stop = false;
+    std::thread drawing([&] {
+        for (int32_t i = 1; i <= sprite.FrameCount(); ++i) {
+            Slot& slot = slots[i % 2];
+            {
+                std::unique_lock<std::mutex> lock(turns);
+                changed.wait(lock, [&] { return stop || written >= i - 2; });  // its canvas is free again
+                if (stop) return;
+            }
+            slot.Decoded = sprite.DecodeInto(i, slot.Image, slot.Mask);
+            DrawFrameOnCanvas(slot.Image, sprite.Frame(i), bounds, background, slot.Canvas);
+            const std::lock_guard<std::mutex> lock(turns);
+            drawn = i;
+            changed.notify_all();
+        }
+    });
+    Outcome outcome = Outcome::Success();
+    for (int32_t i = 1; i <= sprite.FrameCount() && outcome; ++i) {
+        sprite.ShowProgress(i);
+        {
+            std::unique_lock<std::mutex> lock(turns);
+            changed.wait(lock, [&] { return drawn >= i; });
+        }
+        Slot& slot = slots[i % 2];
+        sprite.NoteDamage(i, slot.Decoded);
+        outcome = sprite.Save(slot.Canvas, BasePath + PadFrameNumber(i) + ".bmp");
+        const std::lock_guard<std::mutex> lock(turns);
+        written = i;
+        stop = !outcome;
+        changed.notify_all();
     }
-    return sprite.Result();
+    drawing.join();
+    return outcome ? sprite.Result() : outcome;
 }
 
 Outcome ExportSLX(SpriteExport& sprite, const std::string& BasePath, Host& host) {
