@@ -10,6 +10,7 @@
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
 #include "export/SLPExports.h"
+#include "shell/Functions.h"
 
 using namespace fixtures;
 
@@ -41,6 +42,19 @@ TEST_F(ExportTest, SequencePutsTheHotSpotsOfAllFramesOnOnePixel) {
     // Shadow keeps its code, outlines and the palette's 0xFF00FF go to MaskColour.
     EXPECT_EQ(ReadFileBytes(dir_ / "walk001.bmp"), BitmapOf(3, {M, Palette[5], 0x0000FF, M, Palette[7], M}));
     EXPECT_EQ(ReadFileBytes(dir_ / "walk002.bmp"), BitmapOf(3, {M, Palette[18], M, M, M, M}));
+}
+
+// Frames are drawn ahead on canvases that take turns: each file must still hold its own frame.
+TEST_F(ExportTest, EveryFileOfALongSequenceHoldsItsOwnFrame) {
+    std::vector<FrameFixture> frames;
+    for (uint8_t i = 0; i < 9; ++i) {
+        Art art(1, 1);
+        art.At(0, 0) = {Layer::Colour, uint8_t(10 + i)};
+        frames.push_back(EncodeFrame(art));
+    }
+    RecordingHost host;
+    ASSERT_TRUE(ExportSequence(Sprite(frames), dir_ / "walk", host));
+    for (int32_t i = 1; i <= 9; ++i) EXPECT_EQ(ReadFileBytes(dir_ / ("walk" + PadFrameNumber(i) + ".bmp")), BitmapOf(1, {Palette[size_t(9 + i)]})) << i;
 }
 
 TEST_F(ExportTest, BothExportsReportProgressAndEndWithTheGateOn) {
