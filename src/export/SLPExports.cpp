@@ -1,6 +1,7 @@
 #include "export/SLPExports.h"
 
 #include <algorithm>
+#include <array>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
@@ -8,6 +9,7 @@
 #include <thread>
 
 #include "colour/Colours.h"
+#include "colour/Palettes.h"
 #include "shell/Files.h"
 #include "shell/Functions.h"
 #include "slp/SLPCodeNew.h"
@@ -48,9 +50,11 @@ public:
     // Decodes frame `number` into image and mask, in the decoded colours; any thread may, as the
     // decoder asks the host nothing without ESC. A damaged frame is decoded as far as it goes and
     // exported like the others.
-    DecodeResult DecodeInto(int32_t number, cDIBSection& image, cDIBSection& mask) const {
+    DecodeResult DecodeInto(int32_t number, cDIBSection& image, cDIBSection& mask,
+                            const LayerColours& colours = DecodedColours,
+                            const std::array<uint32_t, 256>& palette = Palette) const {
         QuietHost nobody;
-        return DecodeSLPFrame(*file_, Frame(number), image, mask, false, nobody);
+        return DecodeSLPFrame(*file_, Frame(number), image, mask, false, nobody, colours, palette);
     }
 
     // The damage is noted for the end of the export, so that the files written stay a whole set.
@@ -94,9 +98,21 @@ private:
     std::string damage_;  // what was wrong with the first damaged frame
 };
 
-// Draws one frame on the canvas: its decoded image with the hot spot at the canvas's origin, its
-// transparent pixels (by colour, 0xFF00FF) in MaskColour, and MaskColour wherever the frame is not.
-// Each canvas pixel is written once: `background` is one canvas row of MaskColour to copy from.
+// A sequence's colours: a pixel decoded as 0xFF00FF takes MaskColour, by its colour and not its layer,
+// so that transparent and outline pixels do, and so does a palette colour that happens to be
+// 0xFF00FF; shadows keep their decoded 0x0000FF. Decoding straight in these colours leaves every pixel
+// as the canvas wants it.
+LayerColours SequenceColours() { return {MaskColour, DecodedColours.Shadow, MaskColour, MaskColour}; }
+
+std::array<uint32_t, 256> SequencePalette() {
+    std::array<uint32_t, 256> palette = Palette;
+    std::replace(palette.begin(), palette.end(), DecodedColours.Transparent, MaskColour);
+    return palette;
+}
+
+// Draws one frame, decoded in the sequence's colours, on the canvas: with the hot spot at the
+// canvas's origin, and MaskColour wherever the frame is not. Each canvas pixel is written once:
+// `background` is one canvas row of MaskColour to copy from.
 void DrawFrameOnCanvas(const cDIBSection& image, const SLPFrameInfo& frame, const CanvasBounds& bounds,
                        const std::vector<uint8_t>& background, cDIBSection& canvas) {
     const int64_t dx = -bounds.MinX - frame.HotspotX;
@@ -114,10 +130,7 @@ void DrawFrameOnCanvas(const cDIBSection& image, const SLPFrameInfo& frame, cons
         }
         std::memcpy(to, background.data(), static_cast<size_t>(3 * coveredFrom));
         const uint8_t* from = image.RowPointer(static_cast<int32_t>(imageY)) + 3 * (coveredFrom - dx);
-        for (int64_t x = coveredFrom; x < coveredTo; ++x, from += 3) {
-            const bool transparent = from[0] == 0xFF && from[1] == 0x00 && from[2] == 0xFF;
-            std::memcpy(to + 3 * x, transparent ? background.data() : from, 3);
-        }
+        std::memcpy(to + 3 * coveredFrom, from, static_cast<size_t>(3 * (coveredTo - coveredFrom)));
         std::memcpy(to + 3 * coveredTo, background.data(), static_cast<size_t>(3 * (canvas.Width() - coveredTo)));
     }
 }
@@ -156,6 +169,8 @@ Outcome ExportSequence(SpriteExport& sprite, const std::string& BasePath, Host& 
     for (Slot& slot : slots) slot.Canvas.Create(static_cast<int32_t>(bounds.Width()), static_cast<int32_t>(bounds.Height()));
     std::vector<uint8_t> background(3 * static_cast<size_t>(bounds.Width()));
     FillPixels(background.data(), static_cast<size_t>(bounds.Width()), MaskColour);
+    const LayerColours colours = SequenceColours();
+    const std::array<uint32_t, 256> palette = SequencePalette();
 
     std::mutex turns;
     std::condition_variable changed;
@@ -169,7 +184,7 @@ Outcome ExportSequence(SpriteExport& sprite, const std::string& BasePath, Host& 
                 changed.wait(lock, [&] { return stop || written >= i - 2; });  // its canvas is free again
                 if (stop) return;
             }
-            slot.Decoded = sprite.DecodeInto(i, slot.Image, slot.Mask);
+            slot.Decoded = sprite.DecodeInto(i, slot.Image, slot.Mask, colours, palette);
             DrawFrameOnCanvas(slot.Image, sprite.Frame(i), bounds, background, slot.Canvas);
             const std::lock_guard<std::mutex> lock(turns);
             drawn = i;

@@ -32,18 +32,19 @@ bool Inside(int64_t offset, int64_t length, size_t size) {
 // taken once a frame, so that drawing a listed pixel is one table lookup and one store.
 using MemoryPalette = std::array<uint32_t, 256>;
 
-MemoryPalette MemoryOrderPalette() {
+MemoryPalette MemoryOrderPalette(const std::array<uint32_t, 256>& palette) {
     MemoryPalette memory{};
-    for (size_t i = 0; i < memory.size(); ++i) memory[i] = MemoryOrder(Palette[i]);
+    for (size_t i = 0; i < memory.size(); ++i) memory[i] = MemoryOrder(palette[i]);
     return memory;
 }
 
 // One row of a frame being decoded: the command stream and the two rows of pixels it draws into.
 class RowDecoder {
 public:
-    RowDecoder(std::span<const uint8_t> file, size_t streamAt, const MemoryPalette& palette,
-               const LayerColours& colours, cDIBSection& image, cDIBSection& mask, int32_t row, int64_t x)
-        : file_(file), at_(streamAt), palette_(palette), colours_(colours), width_(image.Width()), x_(x),
+    RowDecoder(std::span<const uint8_t> file, size_t streamAt, const std::array<uint32_t, 256>& values,
+               const MemoryPalette& palette, const LayerColours& colours, cDIBSection& image, cDIBSection& mask,
+               int32_t row, int64_t x)
+        : file_(file), at_(streamAt), values_(values), palette_(palette), colours_(colours), width_(image.Width()), x_(x),
           imageRow_(image.RowPointer(row)), maskRow_(mask.RowPointer(row)) {}
 
     // Carries out commands until an end-of-row byte. Returns an empty text, or what is wrong with the row.
@@ -108,11 +109,11 @@ private:
                 return List(length, LayerPlayer);
             case 0x7:  // colour fill
                 if (!Extended(high, length) || !Next(operand)) return Step::CutOff;
-                return Fill(length, Palette[operand], LayerColour);
+                return Fill(length, values_[operand], LayerColour);
             case 0xA:  // player colour fill
                 if (!Extended(high, length) || !Next(operand)) return Step::CutOff;
                 if (operand > 239) return Step::BadPlayerColour;
-                return Fill(length, Palette[operand + 16u], LayerPlayer);
+                return Fill(length, values_[operand + 16u], LayerPlayer);
             case 0xB:  // shadow
                 if (!Extended(high, length)) return Step::CutOff;
                 return Fill(length, colours_.Shadow, LayerShadow);
@@ -122,7 +123,7 @@ private:
                 if (!Next(operand)) return Step::CutOff;
                 if (command == 0x5E) return Fill(operand, colours_.OutlineInner, LayerOutlineInner);
                 if (command == 0x7E) return Fill(operand, colours_.OutlineOuter, LayerOutlineOuter);
-                return Fill(operand, Palette[16 + high], LayerPlayer);  // player run by nibble
+                return Fill(operand, values_[16 + high], LayerPlayer);  // player run by nibble
             default:  // 0xF
                 return Step::EndOfRow;
         }
@@ -162,7 +163,8 @@ private:
 
     std::span<const uint8_t> file_;
     size_t at_;
-    const MemoryPalette& palette_;
+    const std::array<uint32_t, 256>& values_;  // the palette's colour values
+    const MemoryPalette& palette_;             // the same in memory order
     const LayerColours& colours_;
     int64_t width_;
     int64_t x_;
@@ -219,6 +221,12 @@ void DrawPixelRun(cDIBSection& dc, int32_t first, int32_t last, int32_t row, uin
 
 DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIBSection& image, cDIBSection& mask,
                             bool allowEscape, Host& host, const LayerColours& colours) {
+    return DecodeSLPFrame(file, frame, image, mask, allowEscape, host, colours, Palette);
+}
+
+DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIBSection& image, cDIBSection& mask,
+                            bool allowEscape, Host& host, const LayerColours& colours,
+                            const std::array<uint32_t, 256>& palette) {
     const int32_t width = frame.Width;
     const int32_t height = frame.Height;
     const size_t size = file.Bytes.size();
@@ -250,7 +258,7 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
     }
 
     const uint8_t* bytes = file.Bytes.data();
-    const MemoryPalette palette = MemoryOrderPalette();
+    const MemoryPalette memoryPalette = MemoryOrderPalette(palette);
     for (int32_t row = 0; row < height; ++row) {
         if (allowEscape && host.IsEscapeDown()) return endAt(row, 0, {DecodeEscaped, {}});
 
@@ -272,7 +280,7 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
         const int32_t streamAt = LoadI32(bytes + commandAt);
         if (!Inside(streamAt, 1, size)) return endAt(row, left, Damaged(row, "its commands lie outside the file"));
 
-        RowDecoder decoder(file.Bytes, static_cast<size_t>(streamAt), palette, colours, image, mask, row, left);
+        RowDecoder decoder(file.Bytes, static_cast<size_t>(streamAt), palette, memoryPalette, colours, image, mask, row, left);
         if (std::string problem = decoder.Run(); !problem.empty()) return endAt(row, decoder.X(), Damaged(row, problem));
         image.FillRun(decoder.X(), decoder.X() + right - 1, row, colours.Transparent);
         mask.FillRun(decoder.X(), decoder.X() + right - 1, row, LayerTransparent);

@@ -81,6 +81,11 @@ struct [[nodiscard]] DecodeResult {
 // than the limits leaves both surfaces empty.
 DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIBSection& image, cDIBSection& mask,
                             bool allowEscape, Host& host, const LayerColours& colours = DecodedColours);
+// The same with a palette of the caller's instead of Palette, such as one whose colours an export
+// maps on the way.
+DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIBSection& image, cDIBSection& mask,
+                            bool allowEscape, Host& host, const LayerColours& colours,
+                            const std::array<uint32_t, 256>& palette);
 
 // Sets columns first to last of one row, both included; first above last sets nothing.
 void DrawPixelRun(cDIBSection& dc, int32_t first, int32_t last, int32_t row, uint32_t colour);
