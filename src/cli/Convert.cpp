@@ -89,7 +89,6 @@ bool ConvertOne(const Options& options, const Job& job, const SLPFile& sprite, c
 }  // namespace
 
 int RunConvert(const Options& options) {
-    if (options.Frame != 0) return Usage(options, "--frame goes with export, not convert");
     CliHost host(options.Force);
     ReadOnlyFile archive;
     Outputs archiveOnly(options.Command, false);
