@@ -398,6 +398,59 @@ void ConvertOnJobs(benchmark::State& state, int jobs) {
     }
 }
 
+// A folder in memory (tmpfs) where there is one, so that the disk's weather stays out of the ratios.
+const std::string& MemoryScratch() {
+    static std::string folder;
+    if (folder.empty()) {
+        std::error_code error;
+        folder = std::filesystem::is_directory("/dev/shm", error) ? "/dev/shm/brindle-bench-" + std::to_string(getpid()) + "/"
+                                                                  : Scratch().Path() + "memory/";
+        std::filesystem::create_directories(folder, error);
+        std::atexit([] {
+            std::error_code ignored;
+            std::filesystem::remove_all(folder, ignored);
+        });
+    }
+    return folder;
+}
+
+// brindle-cli sequence and slx of 100 frames of 512 x 512 with runs of 1 to 60 pixels of every kind,
+// as a user runs them, beside cp -r of the very files they write.
+std::string LargeSequenceSprite() {
+    static std::string path;
+    if (path.empty()) {
+        std::mt19937 random(7);
+        std::vector<FrameFixture> frames;
+        for (int f = 0; f < 100; ++f) {
+            Art art(512, 512);
+            for (size_t i = 0; i < art.Pixels.size();) {
+                const auto kind = Layer(random() % 6);
+                const auto index = static_cast<uint8_t>(kind == Layer::Player ? random() % 200 : random() % 256);
+                for (size_t n = 1 + random() % 60; n > 0 && i < art.Pixels.size(); --n) art.Pixels[i++] = {kind, index};
+            }
+            frames.push_back(EncodeFrame(art, 256, 500));
+        }
+        path = MemoryScratch() + "large.slp";
+        WriteFileBytes(path, WriteSprite(frames));
+        std::filesystem::create_directories(MemoryScratch() + "cli-sequence");
+        std::filesystem::create_directories(MemoryScratch() + "cli-slx");
+    }
+    return path;
+}
+
+void RunShell(benchmark::State& state, const std::string& line) {
+    for (auto _ : state) {
+        if (std::system(line.c_str()) != 0) return state.SkipWithError(("failed: " + line).c_str());
+    }
+}
+
+std::string CliCommand(const std::string& command, const std::string& out) {
+    std::string line = "'";
+    line += (std::filesystem::path(ProgramFolder()) / "brindle-cli").string();
+    line += "' " + command + " '" + LargeSequenceSprite() + "' '" + out + "'";
+    return line;
+}
+
 // brindle-cli thumbnail of an archive of the most rows a list holds, as a file manager runs it.
 void ThumbnailOfLargestArchive(benchmark::State& state) {
     static std::string archive;
@@ -446,6 +499,18 @@ void RegisterAll() {
     RegisterBenchmark("PNG sequence 100 frames", ExportImagesOf, ImageFormat::Png)
         ->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
     RegisterBenchmark("libspng 100 canvases", CompressCanvasRows)->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
+    // Each command runs once first, so that the copies have the files to copy whichever runs first.
+    const std::string& memory = MemoryScratch();
+    for (const auto& [command, out, reference, copy] :
+         {std::tuple{"sequence", "cli-sequence/walk.bmp", "cp -r of its files", "cli-sequence"},
+          std::tuple{"slx", "cli-slx/walk.slx", "cp -r of the bundle", "cli-slx"}}) {
+        const std::string line = CliCommand(command, memory + out);
+        if (std::system(line.c_str()) != 0) continue;
+        RegisterBenchmark(("brindle-cli " + std::string(command)).c_str(), RunShell, line)
+            ->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3);
+        RegisterBenchmark(reference, RunShell, "cp -rT '" + memory + copy + "' '" + memory + "copy-of-" + copy + "'")
+            ->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3);
+    }
     RegisterBenchmark("thumbnail of 32766 rows", ThumbnailOfLargestArchive)
         ->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3);
     RegisterBenchmark("process start", [](benchmark::State& state) {
@@ -484,6 +549,8 @@ void PrintSummary() {
         {"convert 200 sprites, jobs 2", "convert 200 sprites, jobs 1", "ms", 0, [](double, double r) { return r >= 1.7; },
          "ratio >= 1.7"},
         {"thumbnail of 32766 rows", "process start", "ms", 0, [](double f, double) { return f < 50; }, "< 50 ms"},
+        {"brindle-cli sequence", "cp -r of its files", "ms", 0, [](double, double r) { return r >= 1 / 1.3; }, "<= 1.3 x cp"},
+        {"brindle-cli slx", "cp -r of the bundle", "ms", 0, [](double, double r) { return r >= 1 / 1.3; }, "<= 1.3 x cp"},
     };
     std::printf("\n%-28s %14s   %-22s %14s %8s   %-14s %s\n", "figure", "value", "reference", "value", "ratio", "goal",
                 "result");
