@@ -117,13 +117,23 @@ void RichTextBox::SetTextRTF(std::string_view rtf) {
     rtf_ = rtf;
     clear();
     QTextCursor cursor(document());
+    int linesInBlock = 0;
     for (const RichTextRun& run : ReadRichText(rtf)) {
         QTextCharFormat format;
         if (!run.DefaultColour) {
             format.setForeground(QColor(static_cast<int>(run.Colour & 0xFF), static_cast<int>(run.Colour >> 8 & 0xFF),
                                         static_cast<int>(run.Colour >> 16 & 0xFF)));
         }
-        cursor.insertText(QString::fromStdString(Windows1252ToUtf8(run.Text)), format);
+        // The document makes a block of every paragraph, and making blocks is most of the time a large
+        // text takes. So lines go together, LinesPerBlock to a block, divided by line separators, which
+        // show the same and read back as line ends.
+        QString text = QString::fromStdString(Windows1252ToUtf8(run.Text));
+        for (QChar& c : text) {
+            if (c != u'\n') continue;
+            if (++linesInBlock < LinesPerBlock) c = QChar::LineSeparator;
+            else linesInBlock = 0;
+        }
+        cursor.insertText(text, format);
     }
     moveCursor(QTextCursor::Start);
 }

@@ -74,6 +74,8 @@ public:
     void SetTextRTF(std::string_view rtf);  // replaces all content
     const std::string& TextRTF() const { return rtf_; }
 
+    static constexpr int LinesPerBlock = 1024;
+
 private:
     std::string rtf_;
 };
