@@ -127,8 +127,10 @@ void RichTextBox::SetTextRTF(std::string_view rtf) {
         // The document makes a block of every paragraph, and making blocks is most of the time a large
         // text takes. So lines go together, LinesPerBlock to a block, divided by line separators, which
         // show the same and read back as line ends.
-        QString text = QString::fromStdString(Windows1252ToUtf8(run.Text));
+        // Windows-1252 is Latin-1 but for 0x80 to 0x9F, which are mended after Qt's fast conversion.
+        QString text = QString::fromLatin1(run.Text.data(), static_cast<qsizetype>(run.Text.size()));
         for (QChar& c : text) {
+            if (c.unicode() >= 0x80 && c.unicode() < 0xA0) c = QChar(char16_t(Windows1252CodePoint(uint8_t(c.unicode()))));
             if (c != u'\n') continue;
             if (++linesInBlock < LinesPerBlock) c = QChar::LineSeparator;
             else linesInBlock = 0;

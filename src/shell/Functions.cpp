@@ -111,12 +111,20 @@ std::string ProgramFileName() {
     return self.stem().string();
 }
 
+char32_t Windows1252CodePoint(uint8_t byte) { return byte >= 0x80 && byte < 0xA0 ? Windows1252High[byte - 0x80] : char32_t{byte}; }
+
 std::string Windows1252ToUtf8(std::string_view text) {
     std::string out;
     out.reserve(text.size() + text.size() / 2);
-    for (const char c : text) {
-        const auto byte = static_cast<uint8_t>(c);
-        AppendUtf8(byte >= 0x80 && byte < 0xA0 ? Windows1252High[byte - 0x80] : char32_t{byte}, out);
+    for (size_t i = 0; i < text.size();) {
+        // Plain ASCII, nearly all of a text, goes over as it stands, a stretch at a time.
+        size_t ascii = i;
+        while (ascii < text.size() && static_cast<uint8_t>(text[ascii]) < 0x80) ++ascii;
+        out.append(text.substr(i, ascii - i));
+        if (ascii == text.size()) break;
+        const auto byte = static_cast<uint8_t>(text[ascii]);
+        AppendUtf8(byte < 0xA0 ? Windows1252High[byte - 0x80] : char32_t{byte}, out);
+        i = ascii + 1;
     }
     return out;
 }

@@ -29,6 +29,8 @@ int16_t MaxInteger(int16_t a, int16_t b);
 // The five bytes that code page leaves undefined (0x81, 0x8D, 0x8F, 0x90, 0x9D) stand for U+0081 and so
 // on, so every byte survives the trip there and back.
 std::string Windows1252ToUtf8(std::string_view text);
+// The code point of one Windows-1252 byte.
+char32_t Windows1252CodePoint(uint8_t byte);
 // Characters without a Windows-1252 byte, and broken UTF-8, become '?' (one per broken sequence).
 std::string Utf8ToWindows1252(std::string_view text);
 

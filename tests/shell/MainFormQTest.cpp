@@ -261,6 +261,16 @@ private slots:
         QCOMPARE(cursor.charFormat().foreground().color(), QColor(255, 0, 0));
         cursor.setPosition(int(form->ResDisplayText->toPlainText().indexOf("a{b}")) + 1);
         QVERIFY(cursor.charFormat().foreground().color() != QColor(255, 0, 0));
+
+        // Bytes of Windows-1252 show as their characters, those from 0x80 to 0x9F too; lines beyond a
+        // block's worth read back whole.
+        std::string lines = "\x80\x9F\xE9\r\n";
+        for (int i = 0; i < RichTextBox::LinesPerBlock + 5; ++i) lines += "line " + std::to_string(i) + "\r\n";
+        RichTextBox box(nullptr);
+        box.SetTextRTF(TextPreviewOfText(lines, 1).Rtf);
+        const QStringList shown = box.toPlainText().split(u'\n');
+        QCOMPARE(shown[1], QString::fromUtf8("\u20AC\u0178\u00E9"));
+        QCOMPARE(shown[2 + RichTextBox::LinesPerBlock], QString("line %1").arg(RichTextBox::LinesPerBlock));
     }
 
     void extractProposesByKind_data() {
