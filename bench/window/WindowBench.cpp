@@ -5,6 +5,8 @@
 
 #include <QApplication>
 
+#include <cstdio>
+#include <map>
 #include <random>
 
 #include "RecordingHost.h"
@@ -91,11 +93,31 @@ BENCHMARK(BM_ClickSpriteRowToPaint)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
+// Remembers the time of one iteration of each benchmark, for the table of goals at the end.
+class GoalReporter : public benchmark::ConsoleReporter {
+public:
+    std::map<std::string, double> Milliseconds;
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred && run.iterations > 0)
+                Milliseconds[run.benchmark_name()] = run.real_accumulated_time / double(run.iterations) * 1e3;
+        }
+        ConsoleReporter::ReportRuns(runs);
+    }
+};
+
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
+    GoalReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    std::printf("\n%-36s %10s   %-10s %s\n", "figure", "value", "goal", "result");
+    for (const auto& [name, limit] : {std::pair{"BM_ClickSpriteRowToPaint", 16.0}, {"BM_ShowLargeText/32", 500.0}}) {
+        const auto at = reporter.Milliseconds.find(name);
+        if (at == reporter.Milliseconds.end()) continue;
+        std::printf("%-36s %7.1f ms   < %-8.0f %s\n", name, at->second, limit, at->second < limit ? "pass" : "FAIL");
+    }
     benchmark::Shutdown();
     return 0;
 }
