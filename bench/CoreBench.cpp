@@ -340,7 +340,9 @@ ImageCase& ImageFixture() {
                 std::memcpy(c.Sheet.Row(layout.Places[size_t(i - 1)].second + y) + 4 * layout.Places[size_t(i - 1)].first,
                             frame.Row(y), 4 * size_t(frame.Width));
         }
-        (void)ForEachCanvasFrame(c.Sprite, {}, Quiet(), [&](int32_t, const RgbaPicture& canvas) {
+        CanvasBounds bounds;
+        (void)CheckedCanvas(frames, bounds);
+        (void)ForEachCanvasFrame(c.Sprite, frames, bounds, {}, Quiet(), [&](int32_t, const RgbaPicture& canvas) {
             c.Canvases.push_back(canvas);
             return Outcome::Success();
         });

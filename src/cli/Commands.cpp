@@ -250,7 +250,7 @@ int RunList(const Options& options) {
     CliHost host(options.Force);
     ReadOnlyFile archive;
     Outputs outputs(options.Command, false);
-    if (!LoadArchive(options.Command, options.Source, options.Force, archive, host, outputs)) return ExitFailed;
+    if (!LoadArchive(options.Command, options.Source, options.Force, options.Table, archive, host, outputs)) return ExitFailed;
     const std::vector<ListRow>& rows = host.Rows();
     if (options.Json) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
@@ -292,9 +292,8 @@ int RunExtract(const Options& options) {
     CliHost host(options.Force);
     ReadOnlyFile archive;
     Outputs outputs(options.Command, options.NoClobber);
-    if (!LoadArchive(options.Command, options.Source, options.Force, archive, host, outputs)) return ExitFailed;
+    if (!LoadArchive(options.Command, options.Source, options.Force, options.Table, archive, host, outputs)) return ExitFailed;
     const std::vector<ListRow>& rows = host.Rows();
-    if (!TableExists(options.Command, options.Source, rows, options.Table)) return ExitFailed;
 
     std::vector<PlannedCopy> plan;
     if (!byID) {
@@ -344,9 +343,8 @@ int RunExtractAll(const Options& options) {
     CliHost host(options.Force);
     ReadOnlyFile archive;
     Outputs outputs(options.Command, options.NoClobber);
-    if (!LoadArchive(options.Command, options.Source, options.Force, archive, host, outputs)) return ExitFailed;
+    if (!LoadArchive(options.Command, options.Source, options.Force, options.Table, archive, host, outputs)) return ExitFailed;
     const std::vector<ListRow>& rows = host.Rows();
-    if (!TableExists(options.Command, options.Source, rows, options.Table)) return ExitFailed;
 
     std::vector<PlannedCopy> plan;
     ForEachEntryByTable(rows, options.Out, options.Table, [&](size_t row, const fs::path& folder, std::set<std::string>& used) {
@@ -421,7 +419,12 @@ int RunFrame(const Options& options) {
     return outputs.Write(options.Out, image.EncodeBitmap()) == Outputs::Result::Failed ? ExitFailed : ExitOk;
 }
 
-int RunSequence(const Options& options) {
+namespace {
+
+// The design's two exports of a whole sprite, from the command line: the sprite, its colours and the
+// base path, then the export staged and its files placed in the order `names` gives them.
+int RunDesignExport(const Options& options, std::vector<std::string> (*names)(const std::string& base, size_t frames),
+                    Outcome (*run)(const SLPFile&, const std::string&, Host&)) {
     Outputs outputs(options.Command, options.NoClobber);
     SLPFile sprite;
     std::string name, base;
@@ -431,31 +434,32 @@ int RunSequence(const Options& options) {
         !PrepareColours(options, host, outputs)) {
         return ExitFailed;
     }
-    std::vector<std::string> files;
-    for (size_t i = 1; i <= frames.size(); ++i) files.push_back(base + PadFrameNumber(static_cast<int32_t>(i)) + ".bmp");
-    return StageAndPlace(options, name, base, files, outputs,
-                         [&](const std::string& staged) { return ExportSequence(sprite, staged, host); });
+    return StageAndPlace(options, name, base, names(base, frames.size()), outputs,
+                         [&](const std::string& staged) { return run(sprite, staged, host); });
 }
 
-int RunSLX(const Options& options) {
-    Outputs outputs(options.Command, options.NoClobber);
-    SLPFile sprite;
-    std::string name, base;
-    std::vector<SLPFrameInfo> frames;
-    CliHost host;
-    if (!ExportBase(options, base) || !OpenSprite(options, outputs, sprite, name, frames) ||
-        !PrepareColours(options, host, outputs)) {
-        return ExitFailed;
-    }
-    std::vector<std::string> files;  // the bitmaps first: the list goes last, once what it names is there
-    for (size_t i = 1; i <= frames.size(); ++i) {
+std::vector<std::string> SequenceNames(const std::string& base, size_t frames) {
+    std::vector<std::string> files;
+    for (size_t i = 1; i <= frames; ++i) files.push_back(base + PadFrameNumber(static_cast<int32_t>(i)) + ".bmp");
+    return files;
+}
+
+// The bitmaps first: the list goes last, once what it names is there.
+std::vector<std::string> BundleNames(const std::string& base, size_t frames) {
+    std::vector<std::string> files;
+    for (size_t i = 1; i <= frames; ++i) {
         files.push_back(base + std::to_string(i) + "c.bmp");
         files.push_back(base + std::to_string(i) + "d.bmp");
     }
     files.push_back(base + ".slx");
-    return StageAndPlace(options, name, base, files, outputs,
-                         [&](const std::string& staged) { return ExportSLX(sprite, staged, host); });
+    return files;
 }
+
+}  // namespace
+
+int RunSequence(const Options& options) { return RunDesignExport(options, SequenceNames, ExportSequence); }
+
+int RunSLX(const Options& options) { return RunDesignExport(options, BundleNames, ExportSLX); }
 
 int RunPalette(const Options& options) {
     CliHost host;
@@ -553,10 +557,14 @@ int RunThumbnail(const Options& options) {
             return ExitFailed;
         }
         sprite.Bytes = std::move(bytes);
-    } else {
-        archive.Close();
-        if (Outcome read = ReadWholeFile(options.Source, MaxSLPFileBytes, sprite.Bytes); !read) {
-            Complain(options.Command, options.Source, ReasonOf(read.Detail, options.Source));
+    } else {  // a sprite, read from the file already open
+        if (static_cast<uint64_t>(archive.Size()) > MaxSLPFileBytes) {
+            Complain(options.Command, options.Source, "larger than a sprite Brindle reads");
+            return ExitFailed;
+        }
+        sprite.Bytes.resize(static_cast<size_t>(archive.Size()));
+        if (archive.ReadAt(0, sprite.Bytes) != sprite.Bytes.size()) {
+            Complain(options.Command, options.Source, "cannot be read");
             return ExitFailed;
         }
     }

@@ -92,9 +92,8 @@ int RunConvert(const Options& options) {
     CliHost host(options.Force);
     ReadOnlyFile archive;
     Outputs archiveOnly(options.Command, false);
-    if (!LoadArchive(options.Command, options.Source, options.Force, archive, host, archiveOnly)) return ExitFailed;
+    if (!LoadArchive(options.Command, options.Source, options.Force, options.Table, archive, host, archiveOnly)) return ExitFailed;
     const std::vector<ListRow>& rows = host.Rows();
-    if (!TableExists(options.Command, options.Source, rows, options.Table)) return ExitFailed;
     if (!PrepareColours(options, host, archiveOnly)) return ExitFailed;
 
     // The sprites, in the folders extract-all makes; png and bmp sequences each in a folder of the ID.

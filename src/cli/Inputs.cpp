@@ -60,8 +60,22 @@ bool ReadStandardInput(const std::string& command, size_t maxBytes, std::vector<
     }
 }
 
-bool LoadArchive(const std::string& command, const std::string& path, bool force, ReadOnlyFile& archive, CliHost& host,
-                 Outputs& outputs) {
+namespace {
+
+// Whether the table filter names a table of the archive; says so when it doesn't.
+bool TableExists(const std::string& command, const std::string& archive, const std::vector<ListRow>& rows,
+                 const std::string& table) {
+    if (table.empty()) return true;
+    for (const ListRow& row : rows)
+        if (row.ItemData == KindHeading && SameTable(TableOfHeading(row.Text), table)) return true;
+    Complain(command, archive, "has no table " + table);
+    return false;
+}
+
+}  // namespace
+
+bool LoadArchive(const std::string& command, const std::string& path, bool force, const std::string& table,
+                 ReadOnlyFile& archive, CliHost& host, Outputs& outputs) {
     if (path == "-") {
         std::vector<uint8_t> bytes;
         if (!ReadStandardInput(command, MaxArchiveBytes, bytes)) return false;
@@ -72,7 +86,7 @@ bool LoadArchive(const std::string& command, const std::string& path, bool force
     }
     outputs.AddInput(path);
     const CatalogueResult read = ReadDRSCatalogue(archive, host);
-    if (read.Code == CatalogueBuilt) return true;
+    if (read.Code == CatalogueBuilt) return TableExists(command, path, host.Rows(), table);
     if (read.Code == CatalogueRefused && !force) {
         Complain(command, path, "not a DRS archive (use --force to read it anyway)");
     } else {
@@ -102,15 +116,6 @@ std::vector<ListedEntry> EntriesWithID(const std::vector<ListRow>& rows, int32_t
         found.push_back({row, rows[row].ItemData, current});
     }
     return found;
-}
-
-bool TableExists(const std::string& command, const std::string& archive, const std::vector<ListRow>& rows,
-                 const std::string& table) {
-    if (table.empty()) return true;
-    for (const ListRow& row : rows)
-        if (row.ItemData == KindHeading && SameTable(TableOfHeading(row.Text), table)) return true;
-    Complain(command, archive, "has no table " + table);
-    return false;
 }
 
 std::optional<ListedEntry> OneEntryWithID(const std::string& command, const std::string& archive,
@@ -148,8 +153,7 @@ bool LoadSprite(const std::string& command, const std::string& source, const std
         }
         CliHost host(force);
         ReadOnlyFile archive;
-        if (!LoadArchive(command, source, force, archive, host, outputs)) return false;
-        if (!TableExists(command, source, host.Rows(), table)) return false;
+        if (!LoadArchive(command, source, force, table, archive, host, outputs)) return false;
         const std::optional<ListedEntry> entry = OneEntryWithID(command, source, host.Rows(), ids[0], table);
         if (!entry) return false;
         name = (source == "-" ? std::string("standard input") : source) + " (ID " + std::to_string(ids[0]) + ")";

@@ -19,9 +19,9 @@ std::string UnreadableReason(const std::string& path);
 std::string ReasonOf(const std::string& detail, const std::string& path);
 
 // Opens an archive (or standard input) and reads its catalogue into DRSCatalogue and the host's rows.
-// The archive becomes an input of outputs.
-bool LoadArchive(const std::string& command, const std::string& path, bool force, ReadOnlyFile& archive, CliHost& host,
-                 Outputs& outputs);
+// The archive becomes an input of outputs. A table filter (--table) must name one of its tables.
+bool LoadArchive(const std::string& command, const std::string& path, bool force, const std::string& table,
+                 ReadOnlyFile& archive, CliHost& host, Outputs& outputs);
 
 // One entry of the list: its row, its kind and the name of its table as the heading shows it.
 struct ListedEntry {
@@ -41,10 +41,6 @@ std::vector<ListedEntry> EntriesWithID(const std::vector<ListRow>& rows, int32_t
 // The one entry of that ID, or nothing after a line that says why there is none or more than one.
 std::optional<ListedEntry> OneEntryWithID(const std::string& command, const std::string& archive,
                                           const std::vector<ListRow>& rows, int32_t id, const std::string& table);
-
-// Whether the table filter names a table of the archive; says so when it doesn't.
-bool TableExists(const std::string& command, const std::string& archive, const std::vector<ListRow>& rows,
-                 const std::string& table);
 
 // A sprite into memory: the SLP file at source, standard input for "-", or, with an ID, that entry of
 // the archive at source. name is what the messages call it.

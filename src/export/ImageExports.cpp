@@ -138,14 +138,14 @@ Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExpor
     const auto width = int32_t(canvas.Width()), height = int32_t(canvas.Height());
     if (format == ImageFormat::Png) {
         const std::vector<std::string> names = ImageExportNames(format, options, out, header.NumFrames);
-        return ForEachCanvasFrame(sprite, options.Rgba, host, [&](int32_t number, const RgbaPicture& picture) {
+        return ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t number, const RgbaPicture& picture) {
             files.push_back({names[size_t(number - 1)], {}});
             return EncodePng(picture, files.back().Bytes);
         });
     }
     if (format == ImageFormat::Apng) {
         ApngWriter writer(width, height, header.NumFrames, options.Fps);
-        if (Outcome drawn = ForEachCanvasFrame(sprite, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); });
+        if (Outcome drawn = ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); });
             !drawn) {
             return drawn;
         }
@@ -153,7 +153,7 @@ Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExpor
         return writer.Finish(files.back().Bytes);
     }
     GifWriter writer(width, height, options.Fps);
-    if (Outcome drawn = ForEachCanvasFrame(sprite, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); });
+    if (Outcome drawn = ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); });
         !drawn) {
         return drawn;
     }

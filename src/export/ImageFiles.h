@@ -1,6 +1,6 @@
 #pragma once
-// Encoders of RGBA pictures: PNG (libspng), animated PNG (its chunks written here over zlib, as the
-// APNG specification lays them out) and animated GIF (giflib). Each builds the file in memory.
+// Encoders of RGBA pictures: PNG (libspng), animated PNG (its acTL, fcTL and fdAT chunks written here
+// over zlib) and animated GIF (giflib). Each builds the file in memory.
 
 #include <cstdint>
 #include <string>

@@ -55,26 +55,11 @@ Outcome DecodeRgbaFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& 
     return Outcome::Success();
 }
 
-Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bounds) {
-    bounds = MeasureCanvas(frames);
-    if (bounds.Width() < 1 || bounds.Height() < 1 || bounds.Width() > MaxFrameWidth ||
-        bounds.Width() * bounds.Height() > MaxSurfacePixels) {
-        return Outcome::Failure("the frames' hot spots spread them over " + std::to_string(bounds.Width()) + " x " +
-                                std::to_string(bounds.Height()) + " pixels, more than Brindle exports");
-    }
-    return Outcome::Success();
-}
-
-Outcome ForEachCanvasFrame(const SLPFile& sprite, const RgbaOptions& options, Host& host,
+Outcome ForEachCanvasFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, const CanvasBounds& bounds,
+                           const RgbaOptions& options, Host& host,
                            const std::function<Outcome(int32_t number, const RgbaPicture& canvas)>& use) {
-    SLPHeader header;
-    std::vector<SLPFrameInfo> frames;
-    if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) return read;
-    CanvasBounds bounds;
-    if (Outcome measured = CheckedCanvas(frames, bounds); !measured) return measured;
-
     RgbaPicture frame, canvas;
-    for (int32_t number = 1; number <= header.NumFrames; ++number) {
+    for (int32_t number = 1; number <= int32_t(frames.size()); ++number) {
         if (Outcome decoded = DecodeRgbaFrame(sprite, frames, number, options, frame, host); !decoded) return decoded;
         canvas.Resize(int32_t(bounds.Width()), int32_t(bounds.Height()));
         const SLPFrameInfo& info = frames[size_t(number - 1)];

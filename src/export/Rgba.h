@@ -42,13 +42,11 @@ void MapToRgba(const cDIBSection& image, const cDIBSection& mask, const RgbaOpti
 Outcome DecodeRgbaFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, int32_t number,
                         const RgbaOptions& options, RgbaPicture& picture, Host& host);
 
-// The common canvas of an animation or a sequence: the bounds "Save as image sequence" measures,
-// refused (with a reason) when it is empty or larger than the program draws.
-Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bounds);
-
-// Each frame in turn, placed on the common canvas where "Save as image sequence" places it, the rest
-// of the canvas transparent. Stops at the first damaged frame or at the first failure of `use`.
-Outcome ForEachCanvasFrame(const SLPFile& sprite, const RgbaOptions& options, Host& host,
+// Each frame in turn, placed on the common canvas (bounds from CheckedCanvas) where "Save as image
+// sequence" places it, the rest of the canvas transparent. Stops at the first damaged frame or at the
+// first failure of `use`.
+Outcome ForEachCanvasFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, const CanvasBounds& bounds,
+                           const RgbaOptions& options, Host& host,
                            const std::function<Outcome(int32_t number, const RgbaPicture& canvas)>& use);
 
 // The largest thumbnail made, in pixels a side.

@@ -148,17 +148,23 @@ CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames) {
     return bounds;
 }
 
-namespace {
-
-Outcome ExportSequence(SpriteExport& sprite, const std::string& BasePath, Host& host) {
-    host.SetStatusText("Exporting to image sequence...");
-
-    const CanvasBounds bounds = MeasureCanvas(sprite.Frames());
+Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bounds) {
+    bounds = MeasureCanvas(frames);
     if (bounds.Width() < 1 || bounds.Height() < 1 || bounds.Width() > MaxFrameWidth ||
         bounds.Width() * bounds.Height() > MaxSurfacePixels) {
         return Outcome::Failure("the frames' hot spots spread them over " + std::to_string(bounds.Width()) + " x " +
                                 std::to_string(bounds.Height()) + " pixels, more than Brindle exports");
     }
+    return Outcome::Success();
+}
+
+namespace {
+
+Outcome ExportSequence(SpriteExport& sprite, const std::string& BasePath, Host& host) {
+    host.SetStatusText("Exporting to image sequence...");
+
+    CanvasBounds bounds;
+    if (Outcome measured = CheckedCanvas(sprite.Frames(), bounds); !measured) return measured;
     // Two canvases take turns: a helper thread decodes and draws the next frames while this thread
     // writes the one before and, alone, talks to the host.
     struct Slot {

@@ -19,6 +19,9 @@ struct CanvasBounds {
 
 CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames);
 
+// MeasureCanvas, refused (with a reason) when the canvas is empty or larger than the program draws.
+Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bounds);
+
 // Writes every frame as BasePath + "001.bmp", ... on one canvas, hot spots on the same pixel, with
 // MaskColour for the background. Leaves the gate of FrameScroll "on" however it ends.
 Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, Host& host);
