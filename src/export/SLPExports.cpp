@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -16,10 +17,9 @@
 
 namespace {
 
-// What both exports share: the sprite read once and held for the whole export, the two surfaces that
-// the decoder creates anew for each frame, the progress shown, and the rules for damage and for files
-// that fail. While an export runs, FrameScroll's changes must not redraw; afterwards they must again,
-// however the export ended, and the status labels are cleared.
+// What both exports share: the sprite read once and held for the whole export, the progress shown,
+// and the rules for damage and for files that fail. While an export runs, FrameScroll's changes must
+// not redraw; afterwards they must again, however the export ended, and the status labels are cleared.
 class SpriteExport {
 public:
     explicit SpriteExport(Host& host) : host_(host) { host_.SetFrameScrollGate(false); }
@@ -62,12 +62,6 @@ public:
         if (decoded.Code == DecodeDamaged && damage_.empty()) damage_ = "frame " + std::to_string(number) + ": " + decoded.Detail;
     }
 
-    // ShowProgress, then DecodeInto Image and Mask.
-    void Decode(int32_t number) {
-        ShowProgress(number);
-        NoteDamage(number, DecodeInto(number, Image, Mask));
-    }
-
     // A file that cannot be created ends the export; one that cannot be written to its end is noted,
     // and the export goes on with the next.
     Outcome Save(const cDIBSection& surface, const std::string& name) {
@@ -84,9 +78,6 @@ public:
         if (!damage_.empty()) return Outcome::Failure(damage_);
         return unfinished_.empty() ? Outcome::Success() : Outcome::Failure("could not write all of " + unfinished_);
     }
-
-    cDIBSection Image;
-    cDIBSection Mask;
 
 private:
     Host& host_;
@@ -160,59 +151,73 @@ Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bou
 
 namespace {
 
+// What a helper thread makes of one frame for the calling thread to write.
+struct FrameSlot {
+    cDIBSection Image, Mask, Canvas;
+    DecodeResult Decoded;
+};
+
+// Runs make(i, slot) for frames 1 to count on a helper thread and use(i, slot) on the calling thread,
+// in frame order, with two slots taking turns: the next frame is decoded while the one before is
+// written. Only use may talk to the host. The first failure of use stops both.
+Outcome Pipeline(int32_t count, FrameSlot (&slots)[2], const std::function<void(int32_t, FrameSlot&)>& make,
+                 const std::function<Outcome(int32_t, FrameSlot&)>& use) {
+    std::mutex turns;
+    std::condition_variable changed;
+    int32_t made = 0, used = 0;
+    bool stop = false;
+    std::thread maker([&] {
+        for (int32_t i = 1; i <= count; ++i) {
+            {
+                std::unique_lock<std::mutex> lock(turns);
+                changed.wait(lock, [&] { return stop || used >= i - 2; });  // its slot is free again
+                if (stop) return;
+            }
+            make(i, slots[i % 2]);
+            const std::lock_guard<std::mutex> lock(turns);
+            made = i;
+            changed.notify_all();
+        }
+    });
+    Outcome outcome = Outcome::Success();
+    for (int32_t i = 1; i <= count && outcome; ++i) {
+        {
+            std::unique_lock<std::mutex> lock(turns);
+            changed.wait(lock, [&] { return made >= i; });
+        }
+        outcome = use(i, slots[i % 2]);
+        const std::lock_guard<std::mutex> lock(turns);
+        used = i;
+        stop = !outcome;
+        changed.notify_all();
+    }
+    maker.join();
+    return outcome;
+}
+
 Outcome ExportSequence(SpriteExport& sprite, const std::string& BasePath, Host& host) {
     host.SetStatusText("Exporting to image sequence...");
 
     CanvasBounds bounds;
     if (Outcome measured = CheckedCanvas(sprite.Frames(), bounds); !measured) return measured;
-    // Two canvases take turns: a helper thread decodes and draws the next frames while this thread
-    // writes the one before and, alone, talks to the host.
-    struct Slot {
-        cDIBSection Image, Mask, Canvas;
-        DecodeResult Decoded;
-    };
-    Slot slots[2];
-    for (Slot& slot : slots) slot.Canvas.Create(static_cast<int32_t>(bounds.Width()), static_cast<int32_t>(bounds.Height()));
+    FrameSlot slots[2];
+    for (FrameSlot& slot : slots) slot.Canvas.Create(static_cast<int32_t>(bounds.Width()), static_cast<int32_t>(bounds.Height()));
     std::vector<uint8_t> background(3 * static_cast<size_t>(bounds.Width()));
     FillPixels(background.data(), static_cast<size_t>(bounds.Width()), MaskColour);
     const LayerColours colours = SequenceColours();
     const std::array<uint32_t, 256> palette = SequencePalette();
 
-    std::mutex turns;
-    std::condition_variable changed;
-    int32_t drawn = 0, written = 0;  // frames drawn on their canvas, and frames whose canvas is written
-    bool stop = false;
-    std::thread drawing([&] {
-        for (int32_t i = 1; i <= sprite.FrameCount(); ++i) {
-            Slot& slot = slots[i % 2];
-            {
-                std::unique_lock<std::mutex> lock(turns);
-                changed.wait(lock, [&] { return stop || written >= i - 2; });  // its canvas is free again
-                if (stop) return;
-            }
+    const Outcome outcome = Pipeline(
+        sprite.FrameCount(), slots,
+        [&](int32_t i, FrameSlot& slot) {
             slot.Decoded = sprite.DecodeInto(i, slot.Image, slot.Mask, colours, palette);
             DrawFrameOnCanvas(slot.Image, sprite.Frame(i), bounds, background, slot.Canvas);
-            const std::lock_guard<std::mutex> lock(turns);
-            drawn = i;
-            changed.notify_all();
-        }
-    });
-    Outcome outcome = Outcome::Success();
-    for (int32_t i = 1; i <= sprite.FrameCount() && outcome; ++i) {
-        sprite.ShowProgress(i);
-        {
-            std::unique_lock<std::mutex> lock(turns);
-            changed.wait(lock, [&] { return drawn >= i; });
-        }
-        Slot& slot = slots[i % 2];
-        sprite.NoteDamage(i, slot.Decoded);
-        outcome = sprite.Save(slot.Canvas, BasePath + PadFrameNumber(i) + ".bmp");
-        const std::lock_guard<std::mutex> lock(turns);
-        written = i;
-        stop = !outcome;
-        changed.notify_all();
-    }
-    drawing.join();
+        },
+        [&](int32_t i, FrameSlot& slot) {
+            sprite.ShowProgress(i);
+            sprite.NoteDamage(i, slot.Decoded);
+            return sprite.Save(slot.Canvas, BasePath + PadFrameNumber(i) + ".bmp");
+        });
     return outcome ? sprite.Result() : outcome;
 }
 
@@ -233,18 +238,24 @@ Outcome ExportSLX(SpriteExport& sprite, const std::string& BasePath, Host& host)
     };
 
     host.SetStatusText("Exporting all frames...");
-    for (int32_t i = 1; i <= sprite.FrameCount(); ++i) {
-        const SLPFrameInfo& frame = sprite.Frame(i);
-        sprite.Decode(i);
-        const std::string colourName = BasePath + std::to_string(i) + "c.bmp";
-        const std::string maskName = BasePath + std::to_string(i) + "d.bmp";
-        if (Outcome saved = sprite.Save(sprite.Image, colourName); !saved) return finish(saved);
-        if (Outcome saved = sprite.Save(sprite.Mask, maskName); !saved) return finish(saved);
-        frameLines += std::to_string(frame.HotspotX) + "," + std::to_string(frame.HotspotY) + "\r\n" +
-                      FileOfPath(maskName) + "\r\n" + FileOfPath(colourName) + "\r\n";
-        ++listed;
-    }
-    return finish(sprite.Result());
+    FrameSlot slots[2];
+    const Outcome outcome = Pipeline(
+        sprite.FrameCount(), slots,
+        [&](int32_t i, FrameSlot& slot) { slot.Decoded = sprite.DecodeInto(i, slot.Image, slot.Mask); },
+        [&](int32_t i, FrameSlot& slot) {
+            sprite.ShowProgress(i);
+            sprite.NoteDamage(i, slot.Decoded);
+            const std::string colourName = BasePath + std::to_string(i) + "c.bmp";
+            const std::string maskName = BasePath + std::to_string(i) + "d.bmp";
+            if (Outcome saved = sprite.Save(slot.Image, colourName); !saved) return saved;
+            if (Outcome saved = sprite.Save(slot.Mask, maskName); !saved) return saved;
+            const SLPFrameInfo& frame = sprite.Frame(i);
+            frameLines += std::to_string(frame.HotspotX) + "," + std::to_string(frame.HotspotY) + "\r\n" +
+                          FileOfPath(maskName) + "\r\n" + FileOfPath(colourName) + "\r\n";
+            ++listed;
+            return Outcome::Success();
+        });
+    return finish(outcome ? sprite.Result() : outcome);
 }
 
 }  // namespace

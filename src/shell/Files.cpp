@@ -115,6 +115,7 @@ Outcome WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes) 
     if (IsHeldOpenForReading(path)) return Outcome::Failure("refusing to write over " + path + ", which is open for reading");
     std::FILE* file = std::fopen(path.c_str(), "wb");
     if (!file) return Outcome::Failure("cannot create " + path);
+    std::setvbuf(file, nullptr, _IONBF, 0);  // one write for the whole file
     const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
     const bool closed = std::fclose(file) == 0;
     return written && closed ? Outcome::Success() : Outcome::Failure("cannot write " + path);

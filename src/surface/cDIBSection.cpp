@@ -221,11 +221,12 @@ SavePictureResult cDIBSection::SavePicture(const std::string& sFileName) const {
         const int error = errno;
         return {false, SavePictureErrorNumber, ProgramFileName() + ".cDIBSection256", ApiError(error)};
     }
-    // Three writes, as the file has three parts: file header, Info, pixel memory. A short one ends the writing.
+    // The file header, Info and the pixel memory lie one behind the other in memory: one write for
+    // the whole file, without the stream's buffer in between. A short write ends the writing.
+    std::setvbuf(file, nullptr, _IONBF, 0);
     const auto headers = EncodeHeaders();
-    bool written = std::fwrite(headers.data(), 1, FileHeaderSize, file) == FileHeaderSize &&
-                   std::fwrite(headers.data() + FileHeaderSize, 1, InfoHeaderSize, file) == InfoHeaderSize &&
-                   std::fwrite(bits_.data(), 1, bits_.size(), file) == bits_.size();
+    const std::span<const uint8_t> whole = bits_.WithHeaders(headers);
+    bool written = std::fwrite(whole.data(), 1, whole.size(), file) == whole.size();
     written = std::fclose(file) == 0 && written;
     if (!written) return {false, 0, ProgramFileName() + ".cDIBSection256", "cannot write " + sFileName};
     return {};

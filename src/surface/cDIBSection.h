@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <span>
 #include <string>
 #include <vector>
@@ -45,21 +46,24 @@ constexpr uint32_t MemoryOrder(uint32_t colour) {
     return (colour >> 16 & 0xFF) | (colour & 0xFF00) | (colour & 0xFF) << 16;
 }
 
-// Sets count pixels from p on with one colour value, touching nothing past the run. Long runs go eight
-// pixels at a time as three 8-byte stores of the repeating pattern; the rest, and short runs, one
-// 4-byte store a pixel whose fourth byte the next pixel overwrites.
+// Sets count pixels from p on with one colour value, touching nothing past the run. The bytes repeat
+// every 3, so 8 pixels are three 8-byte words made in registers: runs go out 24 bytes at a time, then
+// 8 at a time, and the last word ends exactly at the run's end, overlapping the one before, in the
+// word whose phase matches where it starts.
 inline void FillPixels(uint8_t* p, size_t count, uint32_t colour) {
-    if (count == 0) return;
-    const uint32_t word = MemoryOrder(colour);
-    if (count > 8) {
-        uint8_t pattern[28];
-        for (int i = 0; i < 8; ++i) std::memcpy(pattern + 3 * i, &word, 4);
-        uint64_t eight[3];
-        std::memcpy(eight, pattern, 24);
-        for (; count > 8; count -= 8, p += 24) std::memcpy(p, eight, 24);
+    const uint64_t v = MemoryOrder(colour);
+    const size_t n = 3 * count;
+    if (n < 8) {  // one or two pixels
+        for (size_t at = 0; at < n; at += 3) std::memcpy(p + at, &v, 3);
+        return;
     }
-    for (size_t i = 0; i + 1 < count; ++i, p += 3) std::memcpy(p, &word, 4);
-    std::memcpy(p, &word, 3);
+    // words[k] holds the pattern from byte 8k on, whose phase in its period of 3 is 8k mod 3.
+    const uint64_t words[3] = {v | v << 24 | v << 48, v >> 16 | v << 8 | v << 32 | v << 56, v >> 8 | v << 16 | v << 40};
+    size_t at = 0;
+    for (; at + 24 <= n; at += 24) std::memcpy(p + at, words, 24);
+    for (; at + 8 < n; at += 8) std::memcpy(p + at, &words[at / 8 % 3], 8);
+    const size_t last = n - 8;
+    std::memcpy(p + last, &words[(3 - last % 3) % 3], 8);
 }
 
 struct [[nodiscard]] SavePictureResult {
@@ -161,24 +165,38 @@ private:
 
     BitmapInfoHeader Info;
     // Pixel memory that keeps its allocation when the surface is made again at the same or a smaller size.
+    // In front of the pixels lies room for the BMP file's headers, so that SavePicture hands the whole
+    // file to the system in one write; the pixels themselves start on a 64-byte boundary.
     class PixelBytes {
     public:
-        uint8_t* data() { return data_.get(); }
-        const uint8_t* data() const { return data_.get(); }
+        static constexpr size_t HeaderRoom = 64;
+        uint8_t* data() { return data_ ? data_.get() + HeaderRoom : nullptr; }
+        const uint8_t* data() const { return data_ ? data_.get() + HeaderRoom : nullptr; }
         size_t size() const { return size_; }
         bool empty() const { return size_ == 0; }
         void clear() { size_ = 0; }
         void assign(size_t count, bool zeroed) {
-            if (count > capacity_) {
-                data_.reset(new uint8_t[count]);
+            if (count > capacity_ || !data_) {
+                data_.reset(new (std::align_val_t{HeaderRoom}) uint8_t[HeaderRoom + count]);
                 capacity_ = count;
             }
             size_ = count;
-            if (zeroed && count > 0) std::memset(data_.get(), 0, count);
+            if (zeroed && count > 0) std::memset(data(), 0, count);
+        }
+        // The pixels with `headers` copied just in front of them: a whole file in one piece. The room
+        // in front is no part of the surface, so a const surface may fill it.
+        std::span<const uint8_t> WithHeaders(std::span<const uint8_t> headers) const {
+            if (!data_) return headers;
+            uint8_t* start = data_.get() + HeaderRoom - headers.size();
+            std::memcpy(start, headers.data(), headers.size());
+            return {start, headers.size() + size_};
         }
 
     private:
-        std::unique_ptr<uint8_t[]> data_;
+        struct AlignedDelete {
+            void operator()(uint8_t* p) const { ::operator delete[](p, std::align_val_t{HeaderRoom}); }
+        };
+        std::unique_ptr<uint8_t[], AlignedDelete> data_;
         size_t size_ = 0, capacity_ = 0;
     };
 

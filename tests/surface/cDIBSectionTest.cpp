@@ -68,6 +68,25 @@ TEST(cDIBSectionTest, PixelsOutsideAreIgnoredAndPaintPictureTakesSizesBelowZeroF
     }
 }
 
+// Runs are written in wide overlapping stores; none may spill into the pixels, rows or padding around it.
+TEST(cDIBSectionTest, FillRunSetsExactlyItsColumnsAtEveryLengthAndPlace) {
+    constexpr int32_t width = 45, height = 3;  // a row of 135 bytes and one byte of padding
+    for (int32_t first = 0; first < 4; ++first) {
+        for (int32_t last = first - 1; last < width; ++last) {
+            cDIBSection dib;
+            ASSERT_TRUE(dib.Create(width, height));
+            std::vector<uint32_t> expected;
+            for (int32_t i = 0; i < width * height; ++i) {
+                dib.SetPixelV(i % width, i / width, 0x0A0B0C);
+                expected.push_back(i / width == 1 && i % width >= first && i % width <= last ? 0x123456 : 0x0A0B0C);
+            }
+            dib.FillRun(first, last, 1, 0x123456);
+            ASSERT_EQ(PixelsOf(dib), expected) << first << " to " << last;
+            ASSERT_EQ(dib.EncodeBitmap()[54 + 2 * 136 - 1], 0) << "padding of row 1, " << first << " to " << last;
+        }
+    }
+}
+
 TEST(cDIBSectionTest, NoDibOnTheClipboard) {
     RecordingHost host;
     EXPECT_FALSE(ThreeByTwo().CopyToClipboard(host, true));
