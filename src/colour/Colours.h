@@ -22,6 +22,7 @@ void ResetColourChoices();
 // 1 blue, 2 red, 3 green, 4 yellow, 5 orange, 6 cyan, 7 purple, 8 grey in the default palette.
 inline constexpr int32_t FirstPlayer = 1;
 inline constexpr int32_t LastPlayer = 8;
+inline constexpr int32_t TeamCount = LastPlayer - FirstPlayer + 1;
 
 // The colours that the image surface gets for the layers the palette does not reach, and the team
 // whose band of the palette player pixels take. Colour pixels always take their palette colour.
