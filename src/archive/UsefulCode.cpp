@@ -14,7 +14,10 @@ std::string BuildRowText(const ResourceDescription& description) {
         text += CivilisationRows[static_cast<size_t>(civilisation)].front();
         if (tech != 0) text += "/";
     }
-    if (tech != 0) text += "T" + std::to_string(tech);
+    if (tech != 0) {
+        text += 'T';
+        text += std::to_string(tech);
+    }
     if (civilisation != 0 || tech != 0) text += ": ";
     return text + description.Text;
 }

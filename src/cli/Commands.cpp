@@ -410,8 +410,10 @@ int RunFrame(const Options& options) {
     CliHost host;
     if (!PrepareColours(options, host, outputs)) return ExitFailed;
     cDIBSection image, mask;
+    LayerColours colours = ScreenColours();
+    colours.Player = options.Player;
     const DecodeResult decoded =
-        DecodeSLPFrame(sprite, frames[static_cast<size_t>(options.Frame - 1)], image, mask, false, host, ScreenColours());
+        DecodeSLPFrame(sprite, frames[static_cast<size_t>(options.Frame - 1)], image, mask, false, host, colours);
     if (decoded.Code == DecodeDamaged) {
         Complain(options.Command, name, "frame " + std::to_string(options.Frame) + ": " + decoded.Detail);
         return ExitFailed;
@@ -424,7 +426,7 @@ namespace {
 // The design's two exports of a whole sprite, from the command line: the sprite, its colours and the
 // base path, then the export staged and its files placed in the order `names` gives them.
 int RunDesignExport(const Options& options, std::vector<std::string> (*names)(const std::string& base, size_t frames),
-                    Outcome (*run)(const SLPFile&, const std::string&, Host&)) {
+                    Outcome (*run)(const SLPFile&, const std::string&, Host&, int32_t player)) {
     Outputs outputs(options.Command, options.NoClobber);
     SLPFile sprite;
     std::string name, base;
@@ -435,7 +437,7 @@ int RunDesignExport(const Options& options, std::vector<std::string> (*names)(co
         return ExitFailed;
     }
     return StageAndPlace(options, name, base, names(base, frames.size()), outputs,
-                         [&](const std::string& staged) { return run(sprite, staged, host); });
+                         [&](const std::string& staged) { return run(sprite, staged, host, options.Player); });
 }
 
 std::vector<std::string> SequenceNames(const std::string& base, size_t frames) {
@@ -480,13 +482,14 @@ ImageFormat ImageFormatOf(const std::string& name) {
 }
 
 ImageExportOptions ImageOptionsOf(const Options& options) {
-    return {{options.ShadowAlpha, options.Outlines}, options.Fps, options.Frame};
+    return {{options.ShadowAlpha, options.Outlines, options.Player}, options.Fps, options.Frame, options.Players};
 }
 
 int RunExport(const Options& options) {
     const ImageFormat format = ImageFormatOf(options.Format);
     const ImageExportOptions settings = ImageOptionsOf(options);
     if (options.Frame != 0 && format != ImageFormat::Png) return Usage(options, "--frame goes with --format png");
+    if (options.Players && format != ImageFormat::Sheet) return Usage(options, "--players goes with --format sheet");
     Outputs outputs(options.Command, options.NoClobber);
     SLPFile sprite;
     std::string name;

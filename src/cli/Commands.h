@@ -28,9 +28,11 @@ struct Options {
     bool NoClobber = false;
     bool KeepGoing = false;
     std::string Mask, Shadow, Inner, Outer;  // colours as typed, "#RRGGBB"; empty when not given
+    int32_t Player = 1;                   // --player: the team colours of player pixels, 1 to 8
     // export and convert
     std::string Format;                   // png, apng, gif, sheet; convert also bmp
     int Fps = 10;
+    bool Players = false;                 // export --players: a sheet of every team
     int ShadowAlpha = 128;
     bool Outlines = false;
     int Jobs = 0;                         // 0: one a core

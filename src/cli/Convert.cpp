@@ -54,7 +54,7 @@ bool ConvertOne(const Options& options, const Job& job, const SLPFile& sprite, c
             return false;
         }
         const std::string staged = staging.Path() + FileOfPath(job.Base);
-        if (Outcome exported = ExportSequence(sprite, staged, host); !exported) {
+        if (Outcome exported = ExportSequence(sprite, staged, host, options.Player); !exported) {
             Complain(options.Command, name, exported.Detail);
             return false;
         }

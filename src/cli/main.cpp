@@ -46,6 +46,13 @@ void AddPalette(CLI::App* command, Options& options) {
     command->add_option("--palette", options.PalettePath, "JASC-PAL palette instead of the default one (- reads standard input)");
 }
 
+void AddPlayer(CLI::App* command, Options& options) {
+    command->add_option("--player", options.Player,
+                        "Draw player pixels in this team's colours, 1 to 8: blue, red, green, yellow, orange, cyan, "
+                        "purple, grey (default 1)")
+        ->check(CLI::Range(1, 8));
+}
+
 void AddColourOption(CLI::App* command, const std::string& name, std::string& target, const std::string& what) {
     command->add_option(name, target, what)->check(ColourText);
 }
@@ -112,6 +119,7 @@ int main(int argc, char** argv) {
     AddColourOption(frame, "--shadow", options.Shadow, "Shadow colour");
     AddColourOption(frame, "--inner", options.Inner, "Inner outline colour");
     AddColourOption(frame, "--outer", options.Outer, "Outer outline colour");
+    AddPlayer(frame, options);
     AddNoClobber(frame, options);
     AddForce(frame, options);
     frame->footer("Example: brindle-cli frame demo.drs --id 1000 3 walk3.bmp --mask '#00FF00'");
@@ -122,6 +130,7 @@ int main(int argc, char** argv) {
     AddEntryChoice(sequence, options, "Read the sprite of this ID from the archive given as SPRITE");
     AddPalette(sequence, options);
     AddColourOption(sequence, "--mask", options.Mask, "Background colour");
+    AddPlayer(sequence, options);
     AddNoClobber(sequence, options);
     AddKeepGoing(sequence, options);
     AddForce(sequence, options);
@@ -132,6 +141,7 @@ int main(int argc, char** argv) {
     slx->add_option("OUT", options.Out, "Name of the bundle, e.g. out/walk.slx")->required();
     AddEntryChoice(slx, options, "Read the sprite of this ID from the archive given as SPRITE");
     AddPalette(slx, options);
+    AddPlayer(slx, options);
     AddNoClobber(slx, options);
     AddKeepGoing(slx, options);
     AddForce(slx, options);
@@ -148,6 +158,7 @@ int main(int argc, char** argv) {
         command->add_option("--shadow-alpha", options.ShadowAlpha, "Opacity of shadows, 0 to 255 (default 128; 0 leaves them out)")
             ->check(CLI::Range(0, 255));
         command->add_flag("--outlines", options.Outlines, "Draw the outlines, opaque: inner pure blue, outer yellow");
+        AddPlayer(command, options);
         AddNoClobber(command, options);
         AddForce(command, options);
     };
@@ -159,10 +170,13 @@ int main(int argc, char** argv) {
     AddEntryChoice(exportImages, options, "Read the sprite of this ID from the archive given as SPRITE");
     exportImages->add_option("--frame", options.Frame, "With png: this frame alone, at its own size")->check(CLI::PositiveNumber);
     addImageOptions(exportImages, {"png", "apng", "gif", "sheet"});
+    exportImages->add_flag("--players", options.Players, "With sheet: a row of the frames for each team, players 1 to 8")
+        ->excludes("--player");
     AddKeepGoing(exportImages, options);
     exportImages->footer("Examples: brindle-cli export walker.slp walk.png --format png        (walk001.png, walk002.png, ...)\n"
                          "          brindle-cli export demo.drs --id 1000 walk.gif --format gif --fps 12\n"
-                         "          brindle-cli export walker.slp walk.png --format sheet     (walk.png and walk.json)");
+                         "          brindle-cli export walker.slp walk.png --format sheet     (walk.png and walk.json)\n"
+                         "          brindle-cli export walker.slp teams.png --format sheet --players");
 
     CLI::App* convert = app.add_subcommand("convert", "Export every sprite of an archive, on every core");
     convert->add_option("ARCHIVE", options.Source, "DRS archive")->required();

@@ -18,17 +18,24 @@ extern int16_t PlayerNumber;  // 0 to 7; no drawing reads it
 // Sets the four colours and PlayerNumber to their start values.
 void ResetColourChoices();
 
-// The colours that the image surface gets for the layers the palette does not reach. Colour and
-// player pixels always take their palette colour.
+// The teams a sprite's player pixels can be drawn in: player N takes the palette's band from 16 N,
+// 1 blue, 2 red, 3 green, 4 yellow, 5 orange, 6 cyan, 7 purple, 8 grey in the default palette.
+inline constexpr int32_t FirstPlayer = 1;
+inline constexpr int32_t LastPlayer = 8;
+inline constexpr int32_t TeamCount = LastPlayer - FirstPlayer + 1;
+
+// The colours that the image surface gets for the layers the palette does not reach, and the team
+// whose band of the palette player pixels take. Colour pixels always take their palette colour.
 struct LayerColours {
     uint32_t Transparent;
     uint32_t Shadow;
     uint32_t OutlineInner;
     uint32_t OutlineOuter;
+    int32_t Player = FirstPlayer;  // a player byte c is drawn in palette[c + 16 * Player]
 };
 
 // As a decode leaves the image surface, and as the sequence and SLX exports take it.
 inline constexpr LayerColours DecodedColours{0xFF00FF, 0x0000FF, 0xFF00FF, 0xFF00FF};
 
-// On screen and in "Save as BMP": the user's four choices as they stand now.
+// On screen and in "Save as BMP": the user's four choices as they stand now, and player 1.
 LayerColours ScreenColours();

@@ -1,5 +1,6 @@
 // The window's palette and colour choices: the Palette submenu, "Extract as palette", the four colours,
-// and the Player and Layers items, which hold a state that no drawing reads.
+// the team colour of player pixels, and the Player and Layers items, which hold a state that no
+// drawing reads.
 
 #include <optional>
 
@@ -87,6 +88,15 @@ void MainForm::menu_col_player_item_Click(int16_t Index) {
     for (QAction* item : menu_col_player_item) item->setChecked(false);
     menu_col_player_item[static_cast<size_t>(Index)]->setChecked(true);
     PlayerNumber = Index;
+    RefreshImage(false);
+}
+
+void MainForm::menu_col_team_item_Click(int16_t Index) {
+    if (Index < 0 || static_cast<size_t>(Index) >= menu_col_team_item.size()) return;
+    if (menu_col_team_item[static_cast<size_t>(Index)]->isChecked()) return;
+    for (QAction* item : menu_col_team_item) item->setChecked(false);
+    menu_col_team_item[static_cast<size_t>(Index)]->setChecked(true);
+    TeamColour = Index + FirstPlayer;
     RefreshImage(false);
 }
 

@@ -26,7 +26,7 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
                                     std::to_string(frames[i].Height) + " pixels, larger than a sheet of 16384 on a side");
         }
     }
-    const SheetLayout layout = LayOutSheet(frames);
+    const SheetLayout layout = options.AllPlayers ? LayOutTeamSheet(frames) : LayOutSheet(frames);
     if (layout.Width > MaxSheetSide || layout.Height > MaxSheetSide) {
         return Outcome::Failure("a sheet of " + std::to_string(layout.Width) + " x " + std::to_string(layout.Height) +
                                 " pixels is larger than 16384 on a side");
@@ -40,15 +40,25 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
     sheet.Resize(std::max(layout.Width, 1), std::max(layout.Height, 1));
     const std::string base = FileOfPath(ExportBasePath(out));
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (int32_t number = 1; number <= int32_t(frames.size()); ++number) {
-        if (Outcome decoded = DecodeRgbaFrame(sprite, frames, number, options.Rgba, frame, host); !decoded) return decoded;
-        const auto [x, y] = layout.Places[size_t(number - 1)];
+    RgbaOptions rgba = options.Rgba;
+    const size_t cells = layout.Places.size();  // a frame's cell for each team drawn
+    for (size_t cell = 0; cell < cells; ++cell) {
+        const auto number = int32_t(cell % frames.size()) + 1;
+        std::string name = base + "_";
+        if (options.AllPlayers) {
+            rgba.Player = int32_t(cell / frames.size()) + FirstPlayer;
+            name += 'p';
+            name += std::to_string(rgba.Player);
+            name += '_';
+        }
+        if (Outcome decoded = DecodeRgbaFrame(sprite, frames, number, rgba, frame, host); !decoded) return decoded;
+        const auto [x, y] = layout.Places[cell];
         for (int32_t row = 0; row < frame.Height; ++row)
             std::memcpy(sheet.Row(y + row) + 4 * size_t(x), frame.Row(row), 4 * size_t(frame.Width));
         const SLPFrameInfo& info = frames[size_t(number - 1)];
         const int64_t onCanvasX = -canvas.MinX - info.HotspotX, onCanvasY = -canvas.MinY - info.HotspotY;
         const bool trimmed = onCanvasX != 0 || onCanvasY != 0 || frame.Width != canvas.Width() || frame.Height != canvas.Height();
-        list.push_back({{"filename", base + "_" + PadFrameNumber(number)},
+        list.push_back({{"filename", name + PadFrameNumber(number)},
                         {"frame", Rect(x, y, frame.Width, frame.Height)},
                         {"rotated", false},
                         {"trimmed", trimmed},
@@ -100,6 +110,27 @@ SheetLayout LayOutSheet(const std::vector<SLPFrameInfo>& frames) {
     }
     layout.Width = int32_t(std::min<int64_t>(sheetWidth, INT32_MAX));
     layout.Height = int32_t(std::min<int64_t>(y + rowHeight, INT32_MAX));
+    return layout;
+}
+
+SheetLayout LayOutTeamSheet(const std::vector<SLPFrameInfo>& frames) {
+    // Sides held as in LayOutSheet.
+    auto width = [](const SLPFrameInfo& f) { return int64_t{std::clamp(f.Width, 0, MaxSheetSide + 1)}; };
+    int64_t rowHeight = 0, rowWidth = 0;
+    for (const SLPFrameInfo& f : frames) {
+        rowHeight = std::max<int64_t>(rowHeight, std::clamp(f.Height, 0, MaxSheetSide + 1));
+        rowWidth += width(f);
+    }
+    SheetLayout layout;
+    for (int64_t player = 0; player < TeamCount; ++player) {
+        int64_t x = 0;
+        for (const SLPFrameInfo& f : frames) {
+            layout.Places.emplace_back(int32_t(std::min<int64_t>(x, INT32_MAX)), int32_t(std::min<int64_t>(player * rowHeight, INT32_MAX)));
+            x += width(f);
+        }
+    }
+    layout.Width = int32_t(std::min<int64_t>(rowWidth, INT32_MAX));
+    layout.Height = int32_t(std::min<int64_t>(TeamCount * rowHeight, INT32_MAX));
     return layout;
 }
 

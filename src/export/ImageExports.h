@@ -18,6 +18,7 @@ struct ImageExportOptions {
     RgbaOptions Rgba;
     int Fps = 10;         // animations and the sheet's durations
     int32_t Frame = 0;    // Png: this frame alone at its own size; 0 for the sequence on the canvas
+    bool AllPlayers = false;  // Sheet: the frames once for each team, in place of Rgba.Player's alone
 };
 
 // The widest and tallest sheet written, in pixels.
@@ -30,7 +31,8 @@ struct NamedFile {
 
 // The names an export writes for the name `out` (base: `out` without its extension):
 // Png of one frame: out. Png: base + "001.png", base + "002.png", ... Apng, Gif: out.
-// Sheet: out, and base + ".json".
+// Sheet: out, and base + ".json". Its JSON names frame n "<base>_nnn", or with AllPlayers the frame of
+// player p "<base>_p<p>_nnn".
 std::vector<std::string> ImageExportNames(ImageFormat format, const ImageExportOptions& options, const std::string& out,
                                           int32_t frameCount);
 
@@ -46,3 +48,6 @@ struct SheetLayout {
     std::vector<std::pair<int32_t, int32_t>> Places;  // top left of each frame in the sheet
 };
 SheetLayout LayOutSheet(const std::vector<SLPFrameInfo>& frames);
+// The sheet of every team: a row for each player from 1 to 8, as tall as the tallest frame, with the
+// frames left to right in frame order. Places: player 1's frames, then player 2's, and so on.
+SheetLayout LayOutTeamSheet(const std::vector<SLPFrameInfo>& frames);

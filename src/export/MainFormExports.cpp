@@ -1,5 +1,7 @@
 // The window's exports of the sprite on show: one frame as a BMP file, every frame as a numbered BMP
 // sequence, and the SLX bundle. Each works on the temporary SLP file named in the Tag of ResDisplayPic.
+// The formats of today's tools draw player pixels in the window's team colour; the design's own
+// BMP and SLX exports in player 1's.
 
 #include <QScrollBar>
 
@@ -26,13 +28,16 @@ constexpr const char* SequenceFilter = "BMP file (*.bmp)|*.bmp|All files (*.*)|*
                                        "Sprite sheet (PNG + JSON) (*.png)|*.png";
 constexpr int16_t FirstNewFilter = 3;
 
-// Builds the export of the sprite at slpPath in memory and writes its files, all or none.
-Outcome WriteImageExport(const std::string& slpPath, ImageFormat format, int32_t frame, const std::string& out, Host& host) {
+// Builds the export of the sprite at slpPath in memory, player pixels in the colours of `player`, and
+// writes its files, all or none.
+Outcome WriteImageExport(const std::string& slpPath, ImageFormat format, int32_t frame, int32_t player, const std::string& out,
+                         Host& host) {
     SLPFile sprite;
     sprite.Path = slpPath;
     if (Outcome read = ReadWholeFile(slpPath, MaxSLPFileBytes, sprite.Bytes); !read) return read;
     ImageExportOptions options;
     options.Frame = frame;
+    options.Rgba.Player = player;
     std::vector<NamedFile> files;
     std::vector<std::string> notes;
     if (Outcome exported = ExportImages(sprite, format, options, out, files, notes, host); !exported) return exported;
@@ -52,7 +57,7 @@ void MainForm::menu_savebmp_Click() {
     if (!AskImageFileName(FrameFilter)) return;
     const auto frame = static_cast<int16_t>(FrameScroll->value());
     const bool saved = ComDlg.FilterIndex >= FirstNewFilter
-                           ? WriteImageExport(ResDisplayPic->Tag, ImageFormat::Png, frame, ComDlg.FileName, *this).Ok
+                           ? WriteImageExport(ResDisplayPic->Tag, ImageFormat::Png, frame, TeamColour, ComDlg.FileName, *this).Ok
                            : ShowImage(ResDisplayPic->Tag, frame, true, ComDlg.FileName, *this).Ok;
     if (!saved) ShowMessage("Error exporting graphic!", MessageStyle::Plain);
 }
@@ -72,7 +77,7 @@ void MainForm::menu_image_savesequence_Click() {
     const ImageFormat format = formats[std::min<size_t>(size_t(ComDlg.FilterIndex - FirstNewFilter), std::size(formats) - 1)];
     SetFrameScrollGate(false);
     SetStatusText("Exporting to image sequence...");
-    const Outcome exported = WriteImageExport(ResDisplayPic->Tag, format, 0, ComDlg.FileName, *this);
+    const Outcome exported = WriteImageExport(ResDisplayPic->Tag, format, 0, TeamColour, ComDlg.FileName, *this);
     SetFrameScrollValue(static_cast<int16_t>(FrameScroll->maximum()));
     SetFrameScrollGate(true);
     SetPictureStatusText("");

@@ -49,7 +49,9 @@ Outcome DecodeRgbaFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& 
         return Outcome::Failure("has frames 1 to " + std::to_string(frames.size()) + "; there is no frame " + std::to_string(number));
     }
     cDIBSection image, mask;
-    const DecodeResult decoded = DecodeSLPFrame(sprite, frames[size_t(number - 1)], image, mask, false, host);
+    LayerColours colours = DecodedColours;
+    colours.Player = options.Player;
+    const DecodeResult decoded = DecodeSLPFrame(sprite, frames[size_t(number - 1)], image, mask, false, host, colours);
     if (decoded.Code == DecodeDamaged) return Outcome::Failure("frame " + std::to_string(number) + ": " + decoded.Detail);
     MapToRgba(image, mask, options, picture);
     return Outcome::Success();

@@ -3,7 +3,8 @@
 // all, from the decoder's layer codes (the mask surface) and its colours (the image surface):
 //
 //   LayerTransparent                    0, 0, 0, alpha 0
-//   LayerColour, LayerPlayer            the palette colour the decoder drew, alpha 255
+//   LayerColour, LayerPlayer            the palette colour the decoder drew (player pixels in the
+//                                       team colours of Player), alpha 255
 //   LayerShadow                         black, alpha ShadowAlpha (0 leaves shadows out)
 //   LayerOutlineInner, LayerOutlineOuter left out (alpha 0); with Outlines, opaque in the screen's
 //                                       start colours: inner pure blue, outer yellow
@@ -21,6 +22,7 @@
 struct RgbaOptions {
     int ShadowAlpha = 128;  // 0 to 255
     bool Outlines = false;
+    int32_t Player = FirstPlayer;  // 1 to 8
 };
 
 // R, G, B, A bytes, rows from the top, no padding.

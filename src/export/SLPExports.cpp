@@ -22,7 +22,7 @@ namespace {
 // not redraw; afterwards they must again, however the export ended, and the status labels are cleared.
 class SpriteExport {
 public:
-    explicit SpriteExport(Host& host) : host_(host) { host_.SetFrameScrollGate(false); }
+    SpriteExport(Host& host, int32_t player) : host_(host), player_(player) { host_.SetFrameScrollGate(false); }
     ~SpriteExport() {
         host_.SetFrameScrollGate(true);
         host_.SetPictureStatusText("");
@@ -47,13 +47,13 @@ public:
         if (number % 5 == 0) host_.RepaintMainForm();
     }
 
-    // Decodes frame `number` into image and mask, in the decoded colours; any thread may, as the
-    // decoder asks the host nothing without ESC. A damaged frame is decoded as far as it goes and
-    // exported like the others.
-    DecodeResult DecodeInto(int32_t number, cDIBSection& image, cDIBSection& mask,
-                            const LayerColours& colours = DecodedColours,
+    // Decodes frame `number` into image and mask, in the decoded colours and the export's team; any
+    // thread may, as the decoder asks the host nothing without ESC. A damaged frame is decoded as far
+    // as it goes and exported like the others.
+    DecodeResult DecodeInto(int32_t number, cDIBSection& image, cDIBSection& mask, LayerColours colours = DecodedColours,
                             const std::array<uint32_t, 256>& palette = Palette) const {
         QuietHost nobody;
+        colours.Player = player_;
         return DecodeSLPFrame(*file_, Frame(number), image, mask, false, nobody, colours, palette);
     }
 
@@ -81,6 +81,7 @@ public:
 
 private:
     Host& host_;
+    int32_t player_;
     SLPFile owned_;  // the sprite read by Open
     const SLPFile* file_ = &owned_;
     SLPHeader header_;
@@ -261,25 +262,25 @@ Outcome ExportSLX(SpriteExport& sprite, const std::string& BasePath, Host& host)
 }  // namespace
 
 Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, Host& host) {
-    SpriteExport sprite(host);
+    SpriteExport sprite(host, FirstPlayer);
     if (Outcome read = sprite.Open(SLPPath); !read) return read;
     return ExportSequence(sprite, BasePath, host);
 }
 
-Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host) {
-    SpriteExport opened(host);
+Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player) {
+    SpriteExport opened(host, player);
     if (Outcome read = opened.Use(sprite); !read) return read;
     return ExportSequence(opened, BasePath, host);
 }
 
 Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host& host) {
-    SpriteExport sprite(host);
+    SpriteExport sprite(host, FirstPlayer);
     if (Outcome read = sprite.Open(SLPPath); !read) return read;
     return ExportSLX(sprite, BasePath, host);
 }
 
-Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host) {
-    SpriteExport opened(host);
+Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player) {
+    SpriteExport opened(host, player);
     if (Outcome read = opened.Use(sprite); !read) return read;
     return ExportSLX(opened, BasePath, host);
 }

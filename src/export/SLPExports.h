@@ -23,10 +23,12 @@ CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames);
 Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bounds);
 
 // Writes every frame as BasePath + "001.bmp", ... on one canvas, hot spots on the same pixel, with
-// MaskColour for the background. Leaves the gate of FrameScroll "on" however it ends.
+// MaskColour for the background. Leaves the gate of FrameScroll "on" however it ends. The file's
+// sprite is drawn as player 1; one in memory in the team colours of `player`.
 Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, Host& host);
-Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host);  // a sprite in memory
+Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player = FirstPlayer);
 
-// Writes BasePath + ".slx" and, per frame i, BasePath + i + "c.bmp" (image) and "d.bmp" (mask).
+// Writes BasePath + ".slx" and, per frame i, BasePath + i + "c.bmp" (image) and "d.bmp" (mask); the
+// players as for ExportSequence.
 Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host& host);
-Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host);  // a sprite in memory
+Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player = FirstPlayer);

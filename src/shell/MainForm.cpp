@@ -375,6 +375,13 @@ void MainForm::CreateMenus() {
     menu_col_player_item[0]->setChecked(true);
     const char* colours[4] = {"Mask...", "Shadow...", "Outline (inner)...", "Outline (outer)..."};
     for (size_t i = 0; i < menu_col_choose.size(); ++i) menu_col_choose[i] = item(menu_col, colours[i]);
+    menu_col_team = menu_col->addMenu(QStringLiteral("Team colour"));
+    const char* teams[8] = {"1 (blue)", "2 (red)", "3 (green)", "4 (yellow)", "5 (orange)", "6 (cyan)", "7 (purple)", "8 (grey)"};
+    for (size_t i = 0; i < menu_col_team_item.size(); ++i) {
+        menu_col_team_item[i] = item(menu_col_team, teams[i]);
+        menu_col_team_item[i]->setCheckable(true);
+    }
+    menu_col_team_item[0]->setChecked(true);
 
     menu_divider_2 = divider();
     menu_divider_2->setVisible(false);
@@ -407,6 +414,9 @@ void MainForm::CreateMenus() {
     }
     for (int16_t i = 0; i < static_cast<int16_t>(menu_col_choose.size()); ++i) {
         connect(menu_col_choose[static_cast<size_t>(i)], &QAction::triggered, this, [this, i] { menu_col_choose_Click(i); });
+    }
+    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_team_item.size()); ++i) {
+        OnCheckItemClick(menu_col_team_item[static_cast<size_t>(i)], [this, i] { menu_col_team_item_Click(i); });
     }
     connect(menu_help_help, &QAction::triggered, this, &MainForm::menu_help_help_Click);
     connect(menu_help_about, &QAction::triggered, this, &MainForm::menu_help_about_Click);
@@ -584,7 +594,7 @@ void MainForm::DRSFilesList_Click() {
         // The last sprite's picture goes first, so that a sprite too damaged to draw shows nothing
         // rather than its predecessor; one damaged further in shows what could be decoded.
         ResDisplayPic->SetPicture({});
-        (void)ShowImage(path, 1, false, "", *this);
+        (void)ShowImage(path, 1, false, "", *this, TeamColour);
         DRSFilesList->setFocus();
         break;
     case KindWAV:
@@ -641,7 +651,7 @@ void MainForm::menu_extract_all_Click() { ShowMessage("Sorry, feature not yet im
 
 void MainForm::RefreshImage(bool Force) {
     if (!Force && !AutoRefresh) return;
-    (void)ShowImage(ResDisplayPic->Tag, static_cast<int16_t>(FrameScroll->value()), false, "", *this);
+    (void)ShowImage(ResDisplayPic->Tag, static_cast<int16_t>(FrameScroll->value()), false, "", *this, TeamColour);
 }
 
 void MainForm::menu_image_autorefresh_Click() {

@@ -67,6 +67,7 @@ public:
     void menu_extract_pal_Click();
     void menu_col_choose_Click(int16_t Index);
     void menu_col_player_item_Click(int16_t Index);
+    void menu_col_team_item_Click(int16_t Index);
     void menu_layers_colours_Click();
     void menu_layers_shadow_Click();
     void menu_layers_selection_Click();
@@ -111,6 +112,9 @@ public:
     int32_t DragStartX = 0, DragStartY = 0;
     int16_t DragState = 0;  // 0 idle, 1 pressed, 2 just moved
     std::string FrameScrollTag = "off";  // the change gate: "on" lets a move of FrameScroll redraw
+    // The team (1 to 8) whose colours player pixels take on screen and in the PNG, GIF and sheet
+    // exports; the BMP and SLX exports draw player 1 whatever it is.
+    int32_t TeamColour = 1;
 
     // --- Controls, in tab order -------------------------------------------------------------------
     QLabel* DRSFileLabel1;
@@ -163,6 +167,8 @@ public:
     QMenu* menu_col_player;
     std::array<QAction*, 8> menu_col_player_item{};
     std::array<QAction*, 4> menu_col_choose{};
+    QMenu* menu_col_team;
+    std::array<QAction*, 8> menu_col_team_item{};
     QAction* menu_divider_2;
     QMenu* menu_help;
     QAction* menu_help_help;

@@ -1,6 +1,7 @@
 #include "slp/SLPCode.h"
 
-Outcome ShowImage(const std::string& Path, int16_t Frame, bool Saving, const std::string& OutPath, Host& host) {
+Outcome ShowImage(const std::string& Path, int16_t Frame, bool Saving, const std::string& OutPath, Host& host,
+                  int32_t Player) {
     if (!Saving) {
         host.SetPictureStatusText("Loading image...");
         host.SetBusyPointer(true);
@@ -41,7 +42,9 @@ Outcome ShowImage(const std::string& Path, int16_t Frame, bool Saving, const std
     cDIBSection mask;
     // The colours are read now, so that every decode shows the user's current choice. ESC ends the
     // decode early; the rows done so far are shown or saved as they are, the others stay black.
-    const DecodeResult decoded = DecodeSLPFrame(file, info, image, mask, true, host, ScreenColours());
+    LayerColours colours = ScreenColours();
+    colours.Player = Player;
+    const DecodeResult decoded = DecodeSLPFrame(file, info, image, mask, true, host, colours);
     const std::string damage = decoded.Code == DecodeDamaged ? "frame " + std::to_string(Frame) + ": " + decoded.Detail : "";
 
     if (Saving) {

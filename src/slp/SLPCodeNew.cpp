@@ -42,9 +42,10 @@ MemoryPalette MemoryOrderPalette(const std::array<uint32_t, 256>& palette) {
 class RowDecoder {
 public:
     RowDecoder(std::span<const uint8_t> file, size_t streamAt, const std::array<uint32_t, 256>& values,
-               const MemoryPalette& palette, const LayerColours& colours, cDIBSection& image, cDIBSection& mask,
-               int32_t row, int64_t x)
-        : file_(file), at_(streamAt), values_(values), palette_(palette), colours_(colours), width_(image.Width()), x_(x),
+               const MemoryPalette& palette, const LayerColours& colours, uint32_t playerOffset, cDIBSection& image,
+               cDIBSection& mask, int32_t row, int64_t x)
+        : file_(file), at_(streamAt), values_(values), palette_(palette), colours_(colours), playerOffset_(playerOffset),
+          lastPlayerByte_(static_cast<uint8_t>(255 - playerOffset)), width_(image.Width()), x_(x),
           imageRow_(image.RowPointer(row)), maskRow_(mask.RowPointer(row)) {}
 
     // Carries out commands until an end-of-row byte. Returns an empty text, or what is wrong with the row.
@@ -112,8 +113,8 @@ private:
                 return Fill(length, values_[operand], LayerColour);
             case 0xA:  // player colour fill
                 if (!Extended(high, length) || !Next(operand)) return Step::CutOff;
-                if (operand > 239) return Step::BadPlayerColour;
-                return Fill(length, values_[operand + 16u], LayerPlayer);
+                if (operand > lastPlayerByte_) return Step::BadPlayerColour;
+                return Fill(length, values_[operand + playerOffset_], LayerPlayer);
             case 0xB:  // shadow
                 if (!Extended(high, length)) return Step::CutOff;
                 return Fill(length, colours_.Shadow, LayerShadow);
@@ -123,7 +124,7 @@ private:
                 if (!Next(operand)) return Step::CutOff;
                 if (command == 0x5E) return Fill(operand, colours_.OutlineInner, LayerOutlineInner);
                 if (command == 0x7E) return Fill(operand, colours_.OutlineOuter, LayerOutlineOuter);
-                return Fill(operand, values_[16 + high], LayerPlayer);  // player run by nibble
+                return Fill(operand, values_[playerOffset_ + high], LayerPlayer);  // player run by nibble
             default:  // 0xF
                 return Step::EndOfRow;
         }
@@ -140,12 +141,12 @@ private:
     }
 
     // A list of one byte a pixel: a palette index, or for the player layer a player byte c that
-    // stands for palette[c + 16].
+    // stands for palette[c + playerOffset_].
     Step List(uint32_t length, uint32_t layer) {
         if (!Inside(static_cast<int64_t>(at_), length, file_.size())) return Step::CutOff;
         const uint8_t* bytes = file_.data() + at_;
-        const uint32_t offset = layer == LayerPlayer ? 16 : 0;
-        if (offset && std::any_of(bytes, bytes + length, [](uint8_t c) { return c > 239; })) {
+        const uint32_t offset = layer == LayerPlayer ? playerOffset_ : 0;
+        if (offset && std::any_of(bytes, bytes + length, [last = lastPlayerByte_](uint8_t c) { return c > last; })) {
             return Step::BadPlayerColour;
         }
         // Only the part of the list between column 0 and the right edge shows.
@@ -166,6 +167,8 @@ private:
     const std::array<uint32_t, 256>& values_;  // the palette's colour values
     const MemoryPalette& palette_;             // the same in memory order
     const LayerColours& colours_;
+    uint32_t playerOffset_;   // 16 times the player: where the team's band of the palette starts
+    uint8_t lastPlayerByte_;  // the largest player byte whose colour lies inside the palette
     int64_t width_;
     int64_t x_;
     uint8_t* imageRow_;
@@ -259,6 +262,7 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
 
     const uint8_t* bytes = file.Bytes.data();
     const MemoryPalette memoryPalette = MemoryOrderPalette(palette);
+    const auto playerOffset = static_cast<uint32_t>(16 * std::clamp(colours.Player, FirstPlayer, LastPlayer));
     for (int32_t row = 0; row < height; ++row) {
         if (allowEscape && host.IsEscapeDown()) return endAt(row, 0, {DecodeEscaped, {}});
 
@@ -280,7 +284,8 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
         const int32_t streamAt = LoadI32(bytes + commandAt);
         if (!Inside(streamAt, 1, size)) return endAt(row, left, Damaged(row, "its commands lie outside the file"));
 
-        RowDecoder decoder(file.Bytes, static_cast<size_t>(streamAt), palette, memoryPalette, colours, image, mask, row, left);
+        RowDecoder decoder(file.Bytes, static_cast<size_t>(streamAt), palette, memoryPalette, colours, playerOffset, image,
+                           mask, row, left);
         if (std::string problem = decoder.Run(); !problem.empty()) return endAt(row, decoder.X(), Damaged(row, problem));
         image.FillRun(decoder.X(), decoder.X() + right - 1, row, colours.Transparent);
         mask.FillRun(decoder.X(), decoder.X() + right - 1, row, LayerTransparent);

@@ -76,9 +76,10 @@ struct [[nodiscard]] DecodeResult {
 
 // Decodes one frame into image (colours) and mask (layer codes), both created at the frame's size.
 // With allowEscape the host's ESC key is asked at the start of every row. The image surface gets the
-// palette's colours for colour and player pixels, and `colours` for the other layers. When ESC or
-// damage ends the decode, the rows before are complete and the rest stay black (0); a frame larger
-// than the limits leaves both surfaces empty.
+// palette's colours for colour pixels, the band of team colours.Player (1 to 8; others are taken as
+// the nearest) for player pixels, and `colours` for the other layers; a player byte whose colour lies
+// past the end of the palette damages the frame. When ESC or damage ends the decode, the rows before
+// are complete and the rest stay black (0); a frame larger than the limits leaves both surfaces empty.
 DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIBSection& image, cDIBSection& mask,
                             bool allowEscape, Host& host, const LayerColours& colours = DecodedColours);
 // The same with a palette of the caller's instead of Palette, such as one whose colours an export

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <map>
+#include <regex>
 #include <sstream>
 
 #include "CliFixture.h"
@@ -273,6 +275,86 @@ TEST_F(CliTest, ConvertDoesEverySpriteAndGoesOnPastADamagedOne) {
     ASSERT_EQ(Run("convert many.drs bmp --format bmp --table SLP").Code, 1);
     EXPECT_EQ(NamesIn(dir / "bmp/01-SLP/100"), (std::set<std::string>{"100001.bmp", "100002.bmp"}));
     EXPECT_FALSE(std::filesystem::exists(dir / "bmp/01-SLP/105/105001.bmp"));
+}
+
+}  // namespace
+
+// ---- team colours ------------------------------------------------------------------------------------
+
+namespace {
+
+// Every file under folder, by its path inside it.
+std::map<std::string, Bytes> FilesUnder(const std::string& folder) {
+    std::map<std::string, Bytes> files;
+    for (const auto& item : fs::recursive_directory_iterator(folder))
+        if (item.is_regular_file()) files[fs::relative(item.path(), folder).string()] = ReadFileBytes(item.path().string());
+    return files;
+}
+
+TEST_F(CliTest, PlayerRedrawsOnlyThePlayerPixelsOfEveryExport) {
+    // A colour pixel, player bytes 2 and 5, a shadow; a palette of distinct colours, index i = (i, 7, 255 - i).
+    Art art(4, 1);
+    art.Pixels = {{Layer::Colour, 40}, {Layer::Player, 2}, {Layer::Player, 5}, {Layer::Shadow, 0}};
+    const Bytes sprite = WriteSprite({EncodeFrame(art)});
+    WriteFileBytes(dir / "team.slp", sprite);
+    WriteFileBytes(dir / "team.drs", WriteArchive({Flavour::Year2001, {{StoredTag("slp"), {{1, sprite}}}}}));
+    std::vector<uint32_t> colours;
+    for (int i = 0; i < 256; ++i) colours.push_back(RGB(i, 7, 255 - i));
+    WriteFileText(dir / "p.pal", WriteJascPal(colours));
+
+    const std::string commands[] = {
+        "frame team.slp 1 OUT/f.bmp --palette p.pal", "sequence team.slp OUT/s.bmp", "slx team.slp OUT/x.slx",
+        "export team.slp OUT/p.png --format png",     "export team.slp OUT/a.png --format apng",
+        "export team.slp OUT/g.gif --format gif",     "export team.slp OUT/s.png --format sheet",
+        "convert team.drs OUT --format png",          "convert team.drs OUT --format bmp",
+    };
+    for (const std::string& command : commands) {
+        SCOPED_TRACE(command);
+        for (const std::string out : {"none", "one", "three"}) {
+            fs::remove_all(dir / out);
+            fs::create_directory(dir / out);
+            const std::string option = out == "none" ? "" : out == "one" ? " --player 1" : " --player 3";
+            const CliResult r = Run(std::regex_replace(command, std::regex("OUT"), out) + option);
+            ASSERT_EQ(r.Code, 0) << r.Err;
+        }
+        EXPECT_EQ(FilesUnder(dir / "none"), FilesUnder(dir / "one"));
+        EXPECT_NE(FilesUnder(dir / "none"), FilesUnder(dir / "three"));
+    }
+
+    // The frame of player 3: bytes 2 and 5 in palette[50] and palette[53], every other byte as before.
+    fs::create_directory(dir / "f");
+    ASSERT_EQ(Run("frame team.slp 1 f/1.bmp --palette p.pal").Code, 0);
+    ASSERT_EQ(Run("frame team.slp 1 f/3.bmp --palette p.pal --player 3").Code, 0);
+    Bytes want = ReadFileBytes(dir / "f/1.bmp");  // one row of blue, green, red from byte 54
+    for (const auto& [x, index] : {std::pair{1, 50}, std::pair{2, 53}})
+        std::copy_n(Bytes{uint8_t(255 - index), 7, uint8_t(index)}.begin(), 3, want.begin() + 54 + 3 * x);
+    EXPECT_EQ(ReadFileBytes(dir / "f/3.bmp"), want);
+
+    for (const char* arguments : {"frame team.slp 1 x.bmp --player 9", "frame team.slp 1 x.bmp --player 0",
+                                  "export team.slp x.png --format png --player 9"}) {
+        const CliResult r = Run(arguments);
+        EXPECT_EQ(r.Code, 2) << arguments;
+        EXPECT_TRUE(r.SaysInOneLine("--player: Value ")) << r.Err;
+    }
+}
+
+TEST_F(CliTest, PlayersLaysOutASheetRowForEachTeam) {
+    WriteTestSprite(2);  // 4 x 3 and 5 x 3
+    const CliResult r = Run("export walk.slp teams.png --format sheet --players");
+    ASSERT_EQ(r.Code, 0) << r.Err;
+    const auto json = nlohmann::json::parse(TextOf(dir / "teams.json"));
+    EXPECT_EQ(json["meta"]["size"], (nlohmann::json{{"w", 9}, {"h", 24}}));
+    std::vector<std::string> names;
+    for (const auto& frame : json["frames"]) names.push_back(frame["filename"]);
+    ASSERT_EQ(names.size(), 16u);
+    EXPECT_EQ(std::vector(names.begin(), names.begin() + 3), (std::vector<std::string>{"teams_p1_001", "teams_p1_002", "teams_p2_001"}));
+    EXPECT_EQ(names.back(), "teams_p8_002");
+    EXPECT_EQ(json["frames"][15]["frame"], (nlohmann::json{{"x", 4}, {"y", 21}, {"w", 5}, {"h", 3}}));
+
+    const CliResult png = Run("export walk.slp teams.png --format png --players");
+    EXPECT_EQ(png.Code, 2);
+    EXPECT_TRUE(png.SaysInOneLine("brindle-cli: export: --players goes with --format sheet")) << png.Err;
+    EXPECT_EQ(Run("export walk.slp teams.png --format sheet --players --player 2").Code, 2);
 }
 
 }  // namespace

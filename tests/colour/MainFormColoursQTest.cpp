@@ -1,5 +1,5 @@
-// The Colours menu on a sprite on show: palettes chosen and extracted, the four colours, and the Player
-// and Layers items, read back from the picture the window shows.
+// The Colours menu on a sprite on show: palettes chosen and extracted, the four colours, the team colour,
+// and the Player and Layers items, read back from the picture the window shows.
 
 #include <QAction>
 #include <QLabel>
@@ -19,7 +19,7 @@ std::vector<QColor> ExpectedScreen(const std::array<uint32_t, 256>& palette) {
     const QColor mask = ColourOf(MaskColour);
     return {mask,
             ColourOf(palette[7]),
-            ColourOf(palette[17]),  // player byte 1: palette[1 + 16], whichever player is chosen
+            ColourOf(palette[17]),  // player byte 1: palette[1 + 16] for team 1, whichever Player item is chosen
             ColourOf(ShadowColour),
             ColourOf(OutlineInnerColour),
             ColourOf(OutlineOuterColour),
@@ -143,6 +143,32 @@ private slots:
             }
         }
         QVERIFY(!form->menu_layers->menuAction()->isVisible() && !form->menu_col_player->menuAction()->isVisible());
+    }
+
+    void teamColourComesAfterTheDesignsItemsAndRedrawsPlayerPixels() {
+        OpenAndSelect(Layered);
+        std::vector<std::string> items, teams;
+        for (QAction* action : form->menu_col->actions())
+            if (action->isVisible()) items.push_back(Str(action->text()));
+        QCOMPARE(items, (std::vector<std::string>{"Palette", "Mask...", "Shadow...", "Outline (inner)...", "Outline (outer)...",
+                                                  "Team colour"}));
+        for (QAction* action : form->menu_col_team->actions()) teams.push_back(Str(action->text()) + (action->isChecked() ? "*" : ""));
+        QCOMPARE(teams, (std::vector<std::string>{"1 (blue)*", "2 (red)", "3 (green)", "4 (yellow)", "5 (orange)", "6 (cyan)",
+                                                  "7 (purple)", "8 (grey)"}));
+
+        form->menu_col_team_item[2]->trigger();  // "3 (green)"
+        QCOMPARE(form->TeamColour, 3);
+        QCOMPARE(PlayerNumber, int16_t{0});
+        for (size_t i = 0; i < 8; ++i) QCOMPARE(form->menu_col_team_item[i]->isChecked(), i == 2);
+        std::vector<QColor> green = ExpectedScreen(Palette);
+        green[2] = ColourOf(Palette[1 + 48]);
+        QCOMPARE(PixelsOf(Picture()), green);
+        form->DRSFilesList->SetListIndex(Flag);  // the team stays for the next sprite
+        form->DRSFilesList->SetListIndex(Layered);
+        QCOMPARE(PixelsOf(Picture()), green);
+
+        form->menu_col_team_item[0]->trigger();
+        QCOMPARE(PixelsOf(Picture()), ExpectedScreen(Palette));
     }
 
     void paletteCaptionNamesTheFile_data() {

@@ -46,6 +46,15 @@ Rgba DecodePng(const std::vector<uint8_t>& png) {
     return picture;
 }
 
+// The rectangle {x, y, w, h} of a sheet.
+Rgba Cut(const Rgba& sheet, const nlohmann::json& rect) {
+    const int x = rect["x"], y = rect["y"], w = rect["w"], h = rect["h"];
+    Rgba cut{w, h, {}};
+    for (int row = y; row < y + h; ++row)
+        for (int column = x; column < x + w; ++column) cut.Pixels.push_back(sheet.Pixels[size_t(row * sheet.Width + column)]);
+    return cut;
+}
+
 uint32_t LoadU32(const uint8_t* p) { return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3]; }
 
 struct Chunk {
@@ -159,7 +168,7 @@ struct ImageExportTest : testing::Test {
         for (const ArtPixel& p : art.Pixels) {
             switch (p.Kind) {
             case Layer::Colour: picture.Pixels.push_back(Opaque(Palette[p.Index])); break;
-            case Layer::Player: picture.Pixels.push_back(Opaque(Palette[p.Index + 16u])); break;
+            case Layer::Player: picture.Pixels.push_back(Opaque(Palette[p.Index + 16u * uint32_t(options.Player)])); break;
             case Layer::Shadow: picture.Pixels.push_back(Pixel(0, 0, 0, uint8_t(options.ShadowAlpha))); break;
             case Layer::OutlineInner: picture.Pixels.push_back(options.Outlines ? Pixel(0, 0, 255, 255) : 0); break;
             case Layer::OutlineOuter: picture.Pixels.push_back(options.Outlines ? Pixel(255, 255, 0, 255) : 0); break;
@@ -279,16 +288,34 @@ TEST_F(ImageExportTest, ASheetHoldsEveryFrameAndItsJsonSaysWhere) {
         EXPECT_EQ(frame["spriteSourceSize"], (nlohmann::json{{"x", onCanvas[i][0]}, {"y", onCanvas[i][1]}, {"w", arts[i]->Width}, {"h", arts[i]->Height}}));
         EXPECT_EQ(frame["sourceSize"], (nlohmann::json{{"w", 33}, {"h", 41}}));
         EXPECT_EQ(frame["hotspot"], (nlohmann::json{{"x", hotspots[i][0]}, {"y", hotspots[i][1]}}));
-        // The rectangle holds exactly the frame.
-        const int x = frame["frame"]["x"], y = frame["frame"]["y"], w = frame["frame"]["w"], h = frame["frame"]["h"];
-        Rgba cut{w, h, {}};
-        for (int row = y; row < y + h; ++row)
-            for (int column = x; column < x + w; ++column) cut.Pixels.push_back(sheet.Pixels[size_t(row * sheet.Width + column)]);
-        EXPECT_EQ(cut, Expected(*arts[i], {}));
+        EXPECT_EQ(Cut(sheet, frame["frame"]), Expected(*arts[i], {}));  // the rectangle holds exactly the frame
     }
     const auto& a = json["frames"][0]["frame"];
     const auto& b = json["frames"][1]["frame"];
     EXPECT_TRUE(int(a["x"]) + int(a["w"]) <= int(b["x"]) || int(a["y"]) + int(a["h"]) <= int(b["y"]));  // none overlaps
+}
+
+// Eight rows, player 1's on top, each as tall as the tallest frame (3) and the frames side by side.
+TEST_F(ImageExportTest, ATeamSheetHoldsARowOfFramesForEachPlayer) {
+    ImageExportOptions options;
+    options.AllPlayers = true;
+    const std::vector<NamedFile> files = Export(ImageFormat::Sheet, options, "out/walk.png");
+    ASSERT_EQ(files.size(), 2u);
+    const Rgba sheet = DecodePng(files[0].Bytes);
+    const auto json = nlohmann::json::parse(files[1].Bytes);
+    EXPECT_EQ(std::tuple(sheet.Width, sheet.Height), std::tuple(6, 24));
+    EXPECT_EQ(json["meta"]["size"], (nlohmann::json{{"w", 6}, {"h", 24}}));
+    ASSERT_EQ(json["frames"].size(), 16u);
+    const Art* arts[] = {&one, &two};
+    for (int player = 1; player <= 8; ++player) {
+        for (int i = 0; i < 2; ++i) {
+            SCOPED_TRACE(std::to_string(player) + " " + std::to_string(i));
+            const auto& frame = json["frames"][size_t(2 * (player - 1) + i)];
+            EXPECT_EQ(frame["filename"], "walk_p" + std::to_string(player) + "_00" + std::to_string(i + 1));
+            EXPECT_EQ(frame["frame"], (nlohmann::json{{"x", 4 * i}, {"y", 3 * (player - 1)}, {"w", arts[i]->Width}, {"h", arts[i]->Height}}));
+            EXPECT_EQ(Cut(sheet, frame["frame"]), Expected(*arts[i], {128, false, player}));
+        }
+    }
 }
 
 TEST_F(ImageExportTest, DamageAndSizesBeyondTheLimitsWriteNothing) {
@@ -297,16 +324,20 @@ TEST_F(ImageExportTest, DamageAndSizesBeyondTheLimitsWriteNothing) {
     const auto row = size_t(at.RowStreamAt[1][0]);
     damaged[row] = 0x1A, damaged[row + 1] = 240;
     std::vector<uint8_t> wide = WriteSprite({EncodeFrame(Art(20000, 1))});
-    const std::pair<Bytes, std::string> cases[] = {
-        {damaged, "frame 2: row 0: a player colour lies past the end of the palette"},
-        {wide, "frame 1 is 20000 x 1 pixels, larger than a sheet of 16384 on a side"},
+    std::vector<uint8_t> tall = WriteSprite({EncodeFrame(Art(1, 2100))});  // eight rows of it are too tall
+    ImageExportOptions teams;
+    teams.AllPlayers = true;
+    const std::tuple<Bytes, ImageExportOptions, std::string> cases[] = {
+        {damaged, {}, "frame 2: row 0: a player colour lies past the end of the palette"},
+        {wide, {}, "frame 1 is 20000 x 1 pixels, larger than a sheet of 16384 on a side"},
+        {tall, teams, "a sheet of 1 x 16800 pixels is larger than 16384 on a side"},
     };
-    for (const auto& [bytes, reason] : cases) {
+    for (const auto& [bytes, options, reason] : cases) {
         sprite.Bytes = bytes;
         std::vector<NamedFile> files;
         std::vector<std::string> notes;
         RecordingHost host;
-        const Outcome done = ExportImages(sprite, ImageFormat::Sheet, {}, "x.png", files, notes, host);
+        const Outcome done = ExportImages(sprite, ImageFormat::Sheet, options, "x.png", files, notes, host);
         EXPECT_FALSE(done);
         EXPECT_EQ(done.Detail, reason);
         EXPECT_TRUE(files.empty());

@@ -183,6 +183,34 @@ private slots:
         QVERIFY(!fs::exists(At("broken.png")) && !fs::exists(At("broken.json")));
     }
 
+    // Green player pixels (palette[1 + 48]) in the PNG frame and the sheet; the design's BMP, sequence
+    // and SLX byte for byte as in team 1.
+    void teamColourReachesTodaysFormatsAlone() {
+        OpenAndSelect(Layered);
+        const std::array<std::pair<QAction*, const char*>, 3> designs{
+            {{form->menu_savebmp, "f.bmp"}, {form->menu_image_savesequence, "s.bmp"}, {form->menu_image_slx, "x.slx"}}};
+        auto saveDesigns = [&](const std::string& prefix) {
+            form->FrameScroll->setValue(1);  // a sequence leaves it at the last frame
+            for (const auto& [item, name] : designs) SaveAs(item, At(prefix + name));
+        };
+        saveDesigns("1");
+        form->menu_col_team_item[2]->trigger();
+        saveDesigns("3");
+        for (const char* file : {"f.bmp", "s001.bmp", "x1c.bmp"})
+            QCOMPARE(ReadFileBytes(At(std::string("3") + file)), ReadFileBytes(At(std::string("1") + file)));
+
+        const QColor green = ColourOf(Palette[49]);
+        form->FrameScroll->setValue(1);
+        QCOMPARE(Picture().pixelColor(2, 0), green);
+        desktop->FilterAnswers = {3};
+        SaveAs(form->menu_savebmp, At("frame.png"));
+        QCOMPARE(QImage(QString::fromStdString(At("frame.png")), "PNG").pixelColor(2, 0), green);
+        desktop->FilterAnswers = {6};
+        SaveAs(form->menu_image_savesequence, At("sheet.png"));
+        QCOMPARE(QImage(QString::fromStdString(At("sheet.png")), "PNG").pixelColor(2, 0), green);  // frame 1 at the top left
+        QVERIFY(desktop->Boxes.empty());
+    }
+
     void noExportWritesIntoTheArchive() {
         const Bytes archive = ReadFileBytes(archivePath);
         OpenAndSelect(Layered);

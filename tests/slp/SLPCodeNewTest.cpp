@@ -26,15 +26,18 @@ struct Decoded {
     std::pair<Pixels, Pixels> Surfaces() const { return {PixelsOf(Image), PixelsOf(Mask)}; }
 };
 
-// Reads a sprite from memory and decodes its first frame. ESC is left to the viewer's tests.
-Decoded Decode(const Bytes& bytes) {
+// Reads a sprite from memory and decodes its first frame, player pixels in the player's team colours.
+// ESC is left to the viewer's tests.
+Decoded Decode(const Bytes& bytes, int32_t player = FirstPlayer) {
     Decoded d;
     const SLPFile file{"memory.slp", bytes};
     SLPHeader header;
     std::vector<SLPFrameInfo> frames;
     if (!ParseSLPHeaders(file, header, frames)) return d;
     d.Info = frames[0];
-    d.Code = DecodeSLPFrame(file, d.Info, d.Image, d.Mask, false, quiet).Code;
+    LayerColours colours = DecodedColours;
+    colours.Player = player;
+    d.Code = DecodeSLPFrame(file, d.Info, d.Image, d.Mask, false, quiet, colours).Code;
     return d;
 }
 
@@ -159,6 +162,25 @@ TEST_F(SLPDecoderTest, DamagedFilesEndInAnOrderlyWay) {
         const Decoded d = Decode(bytes);
         EXPECT_EQ(d.Code, c.Code);
         EXPECT_EQ(d.Image.GetPixel(1, 0) == Palette[5] && d.Mask.GetPixel(1, 0) == LayerColour, c.FirstRowDrawn);
+    }
+}
+
+// Player N draws a player byte c in palette[c + 16 N], by each of the three player commands; colour
+// pixels stay as they are. A byte whose colour would lie past palette[255] damages the row as ever.
+TEST_F(SLPDecoderTest, EachPlayerTakesItsOwnBandOfThePalette) {
+    for (int32_t player = FirstPlayer; player <= LastPlayer; ++player) {
+        SCOPED_TRACE(player);
+        const auto band = size_t(16 * player);
+        const auto last = uint8_t(255 - band);
+        auto frame = [](Bytes stream) { return WriteSprite({{.Width = 5, .Height = 1, .Rows = {{0, 0, stream}}}}); };
+        // A colour fill, a player run by nibble of 2, a player list and a player fill.
+        const Decoded d = Decode(frame({0x17, 7, 0x2E, 2, 0x16, 3, 0x1A, last, 0x0F}), player);
+        EXPECT_EQ(d.Code, DecodeFinished);
+        EXPECT_EQ(d.Surfaces(), std::pair(Pixels{Palette[7], Palette[band + 2], Palette[band + 2], Palette[band + 3], Palette[255]},
+                                          Pixels{LayerColour, LayerPlayer, LayerPlayer, LayerPlayer, LayerPlayer}));
+        for (const uint8_t command : {uint8_t{0x16}, uint8_t{0x1A}}) {  // list, fill
+            EXPECT_EQ(Decode(frame({command, uint8_t(last + 1), 0x0F}), player).Code, DecodeDamaged) << int(command);
+        }
     }
 }
 
