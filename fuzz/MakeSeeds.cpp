@@ -60,6 +60,13 @@ int main(int argc, char** argv) {
         Write(out / "Sprite", "walker.slp", Sprite(5, 12));
         Write(out / "Palette", "grey.pal", AsBytes(WriteJascPal(grey)));
         Write(out / "Palette", "short.pal", AsBytes(WriteJascPal(std::vector<uint32_t>(16, 0x102030), "0100", "16")));
+        // The other formats; the target names a file ".act" when its first byte is odd.
+        std::vector<uint32_t> ramp;
+        for (uint32_t i = 0; i < 40; ++i) ramp.push_back((i * 2 + 1) * 0x010203 & 0xFFFFFF);
+        Write(out / "Palette", "ramp-riff.pal", WriteRiffPal(ramp));
+        Write(out / "Palette", "ramp.gpl", AsBytes(WriteGimpPal(ramp)));
+        Write(out / "Palette", "ramp-768.act", WriteAct(ramp, false));
+        Write(out / "Palette", "ramp-772.act", WriteAct(ramp, true));
         Write(out / "TextPreview", "text.txt", AsBytes(text));
         Write(out / "TextPreview", "notice.rtf", AsBytes(R"({\rtf1{\colortbl ;\red255\green0\blue0;}\cf1 File 7:\par \cf0 a\{b\}\\c\par })"));
         Write(out / "Registry", "system.reg",

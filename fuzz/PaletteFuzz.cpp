@@ -1,10 +1,14 @@
-// Any bytes loaded as a palette file.
+// Any bytes loaded as a palette file: as the design's JASC-PAL reader takes it, then as a palette of any
+// format. An Adobe colour table is told by its name, so an odd first byte names the file ".act".
 
 #include "FuzzSupport.h"
 #include "colour/Palettes.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzzing::AgreeingHost host;
-    (void)LoadPalette(fuzzing::WriteInput("colours.pal", data, size), host);
+    const bool act = size > 0 && (data[0] & 1) != 0;
+    const std::string path = fuzzing::WriteInput(act ? "colours.act" : "colours.pal", data, size);
+    (void)LoadPalette(path, host);
+    (void)LoadAnyPalette(path, host);
     return 0;
 }

@@ -54,11 +54,13 @@ uint32_t ParseColour(const std::string& text) {
     return RGB(component(1), component(3), component(5));
 }
 
-// Loads the JASC-PAL file at path ("-": standard input) into Palette, or says in one line why not.
+// Loads the palette file at path ("-": standard input) into Palette, or says in one line why not. Any
+// format Brindle knows: JASC-PAL as the window reads it, then the others by their content.
 bool LoadPaletteFile(const std::string& command, const std::string& path, CliHost& host) {
     const std::string name = path == "-" ? "standard input" : path;
-    const PaletteResult loaded = path == "-" ? LoadPalette(std::cin, name, host) : LoadPalette(path, host);
-    if (loaded.State == PaletteLoad::Refused) Complain(command, name, host.LastMessage());  // "Not valid palette file!"
+    const PaletteResult loaded = path == "-" ? LoadAnyPalette(std::cin, name, host) : LoadAnyPalette(path, host);
+    // "Not valid palette file!", and the formats there are
+    if (loaded.State == PaletteLoad::Refused) Complain(command, name, host.LastMessage() + ' ' + loaded.Detail);
     if (loaded.State == PaletteLoad::Failed) {
         Complain(command, name, loaded.Detail.starts_with("cannot open") ? UnreadableReason(path) : ReasonOf(loaded.Detail, name));
     }

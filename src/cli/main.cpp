@@ -43,7 +43,7 @@ void AddEntryChoice(CLI::App* command, Options& options, const std::string& what
 }
 
 void AddPalette(CLI::App* command, Options& options) {
-    command->add_option("--palette", options.PalettePath, "JASC-PAL palette instead of the default one (- reads standard input)");
+    command->add_option("--palette", options.PalettePath, "Palette instead of the default one: JASC-PAL, RIFF PAL, GIMP .gpl or Adobe .act (- reads standard input)");
 }
 
 void AddPlayer(CLI::App* command, Options& options) {
@@ -192,8 +192,8 @@ int main(int argc, char** argv) {
     thumbnail->add_option("SIZE", options.Size, "Largest width and height, in pixels")->required()->check(CLI::Range(1, 4096));
     thumbnail->footer("Example: brindle-cli thumbnail demo.drs demo.png 128   (as file managers run it)");
 
-    CLI::App* palette = app.add_subcommand("palette", "Print a JASC-PAL palette as 256 lines \"R G B\"");
-    palette->add_option("PAL", options.Source, "JASC-PAL file (- reads standard input)")->required();
+    CLI::App* palette = app.add_subcommand("palette", "Print a palette as 256 lines \"R G B\"");
+    palette->add_option("PAL", options.Source, "JASC-PAL, RIFF PAL, GIMP .gpl or Adobe .act file (- reads standard input)")->required();
     palette->footer("Example: brindle-cli palette 50532.pal");
 
     // An unknown command is named, with the ones there are.

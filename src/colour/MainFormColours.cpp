@@ -47,7 +47,9 @@ void MainForm::menu_pal_default_Click() {
 void MainForm::menu_pal_select_Click() {
     if (!platform_.Dialogs.ShowOpen(PalComDlg) || PalComDlg.FileName.empty()) return;
     const std::string fileName = PalComDlg.FileName;
-    const PaletteResult loaded = LoadPalette(fileName, *this);
+    // Under the design's filters the file is a JASC-PAL file as ever; under the last one, any palette.
+    const PaletteResult loaded = PalComDlg.FilterIndex == OtherPalettesFilterIndex ? LoadAnyPalette(fileName, *this)
+                                                                                   : LoadPalette(fileName, *this);
     // A file that is no palette at all has been refused with its own box and changed nothing.
     if (loaded.State == PaletteLoad::Refused) return;
     const std::optional<QString> name = PaletteCaptionName(fileName);

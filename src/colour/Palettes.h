@@ -1,5 +1,6 @@
 #pragma once
-// The one palette of the program, and what fills it: the default palette and JASC-PAL files.
+// The one palette of the program, and what fills it: the default palette and JASC-PAL files, and for
+// the window's second filter and brindle-cli the palette files of other programs as well.
 
 #include <array>
 #include <cstdint>
@@ -24,6 +25,7 @@ enum class PaletteLoad {
     Loaded,
     Refused,  // not a JASC-PAL file: "Not valid palette file!" has been shown, Palette is untouched
     Failed,   // could not be read to the end: the entries read so far stay; the caller tells the user
+              // (LoadAnyPalette: a damaged file of one of the other formats leaves Palette untouched)
 };
 
 struct [[nodiscard]] PaletteResult {
@@ -35,3 +37,21 @@ struct [[nodiscard]] PaletteResult {
 PaletteResult LoadPalette(const std::string& FileName, Host& host);
 // A JASC-PAL file read from a stream, such as brindle-cli's standard input; name stands for it in details.
 PaletteResult LoadPalette(std::istream& in, const std::string& name, Host& host);
+
+// The formats that LoadAnyPalette reads, in one line; the Detail of its refusal.
+extern const std::string_view KnownPaletteFormats;
+
+// No palette file of any format comes near this; LoadAnyPalette reads no more of a file than this.
+inline constexpr size_t MaxPaletteFileSize = size_t{1} << 20;
+
+// A palette file of any format Brindle knows, told by its content. JASC-PAL comes first, read exactly as
+// LoadPalette reads it; then a RIFF PAL file ("RIFF" ... "PAL " with a "data" chunk) and a GIMP palette
+// (first line "GIMP Palette"); last an Adobe colour table, which has no signature: a name ending in
+// ".act" and a size of 768 bytes, or of 772 with a big-endian colour count and a transparent index
+// behind the colours. Fewer than 256 colours leave the rest black, more are cut at 256.
+// A file of none of these is refused with "Not valid palette file!", its Detail KnownPaletteFormats.
+// A damaged file of the other formats, or one larger than MaxPaletteFileSize, fails and leaves Palette
+// as it was.
+PaletteResult LoadAnyPalette(const std::string& FileName, Host& host);
+// The same from a stream; name stands for it in details and tells an Adobe colour table by its ending.
+PaletteResult LoadAnyPalette(std::istream& in, const std::string& name, Host& host);

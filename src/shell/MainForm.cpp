@@ -128,7 +128,8 @@ MainForm::MainForm(Platform platform) : platform_(platform) {
     ComDlg.DialogTitle = "Save image as...";
     ComDlg.Filter = "BMP file (*.bmp)|*.bmp|All files (*.*)|*.*";
     PalComDlg.DialogTitle = "Use palette...";
-    PalComDlg.Filter = "PAL files (*.pal)|*.pal|All files (*.*)|*.*";
+    // The design's filter, then one under which a file of any format Brindle knows is read by its content.
+    PalComDlg.Filter = std::string("PAL files (*.pal)|*.pal|All files (*.*)|*.*|").append(OtherPalettesFilter);
 
     resize(TwipsToPixels(ClientWidth, TwipsPerPixelX()),
            TwipsToPixels(ClientHeight, TwipsPerPixelY()) + menuBar()->sizeHint().height());

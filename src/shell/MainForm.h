@@ -6,6 +6,7 @@
 #include <array>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include <QLabel>
 #include <QMainWindow>
@@ -133,6 +134,9 @@ public:
     CommonDialog MainComDlg;
     CommonDialog ComDlg;
     CommonDialog PalComDlg;
+    // The filter behind the design's two of PalComDlg: a file chosen under it is read by its content.
+    static constexpr std::string_view OtherPalettesFilter = "Palettes of other programs (*.gpl *.act *.pal)|*.gpl;*.act;*.pal";
+    static constexpr int16_t OtherPalettesFilterIndex = 3;
     CommonDialog ColourComDlg;
 
     // --- Menus --------------------------------------------------------------------------------------

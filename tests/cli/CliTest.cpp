@@ -100,6 +100,24 @@ TEST_F(CliTest, PalettePrintsAllColoursAndRefusesOtherFiles) {
     EXPECT_EQ(Shell("\"$CLI\" palette - < p.pal").Out, r.Out);
 }
 
+TEST_F(CliTest, PaletteOptionReadsOtherProgramsPalettesAndNamesTheFormatsItKnows) {
+    std::vector<uint32_t> colours(41, RGB(9, 9, 9));
+    colours[40] = RGB(200, 100, 50);  // the colour pixel of the test sprite
+    WriteFileText(dir / "p.gpl", WriteGimpPal(colours));
+    const std::string sprite = WriteTestSprite(1);
+    for (const std::string palette : {"p.gpl", "- < p.gpl"}) {
+        const CliResult r = Run(std::string("frame ") + sprite + " 1 f.bmp --palette " + palette);
+        ASSERT_EQ(r.Code, 0) << r.Err;
+        const Bytes bmp = ReadFileBytes(dir / "f.bmp");  // 4 x 3, rows of 12 bytes from the bottom up
+        ASSERT_EQ(bmp.size(), 54u + 3 * 12);
+        EXPECT_EQ(Bytes(bmp.begin() + 54 + 12 + 3, bmp.begin() + 54 + 12 + 6), (Bytes{50, 100, 200})) << palette;
+    }
+    const CliResult refused = Run(std::string("frame ") + sprite + " 1 f.bmp --palette " + sprite);
+    EXPECT_EQ(refused.Code, 1);
+    EXPECT_TRUE(refused.SaysInOneLine(std::string("brindle-cli: frame: walk.slp: Not valid palette file! ").append(KnownPaletteFormats)))
+        << refused.Err;
+}
+
 TEST_F(CliTest, SequenceNumbersFilesFromTheChosenName) {
     const std::string sprite = WriteTestSprite(3);
     EXPECT_TRUE(Run("info '" + sprite + "'").Out.starts_with("frames 3\n1\t4\t3\t0\t1\t"));

@@ -191,7 +191,8 @@ private slots:
         ChoosePalette(PaletteFile(file.toStdString(), 0x0A0B0C));
 
         QCOMPARE(desktop->DialogsShown.back().DialogTitle, "Use palette...");
-        QCOMPARE(desktop->DialogsShown.back().Filter, "PAL files (*.pal)|*.pal|All files (*.*)|*.*");
+        QCOMPARE(desktop->DialogsShown.back().Filter, "PAL files (*.pal)|*.pal|All files (*.*)|*.*|"
+                                                      "Palettes of other programs (*.gpl *.act *.pal)|*.gpl;*.act;*.pal");
         QCOMPARE(desktop->DialogsShown.back().InitDir, TempFolder);
         QCOMPARE(Palette[7], 0x0A0B0Cu);  // loaded in either case
         if (caption.isEmpty()) {
@@ -239,6 +240,33 @@ private slots:
         if (loaded >= 0) QCOMPARE(taken, size_t(loaded));
         else QVERIFY(taken > 0 && taken < 256);  // the colours read so far stay, the others are the old ones
         QCOMPARE(Palette[255], 0x010203u);
+    }
+
+    void otherProgramsPalettesLoadUnderTheirOwnFilterOnly() {
+        OpenAndSelect(Layered);
+        const std::string gimp = At("warm.gpl");
+        WriteFileText(gimp, WriteGimpPal(std::vector<uint32_t>(8, 0x0A0B0C)));
+        // Under the design's filters it is no palette file, as ever.
+        for (const int16_t filter : {int16_t{1}, int16_t{2}}) {
+            desktop->FilterAnswers = {filter};
+            ChoosePalette(gimp);
+            QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Not valid palette file!", MessageStyle::Plain, ""}}));
+            QCOMPARE(Caption(), "[default] Select...");
+            desktop->Boxes.clear();
+        }
+        desktop->FilterAnswers = {MainForm::OtherPalettesFilterIndex};
+        ChoosePalette(gimp);
+        QVERIFY(desktop->Boxes.empty());
+        QCOMPARE(Caption(), "[WARM] Select...");
+        QCOMPARE(Picture().pixelColor(1, 0), ColourOf(0x0A0B0C));  // index 7
+        QCOMPARE(Palette[8], 0u);  // black behind its eight colours
+
+        // A file of no format known is refused in the design's words, and changes nothing.
+        const std::string junk = At("junk.act");
+        WriteFileText(junk, "GIF89a");
+        ChoosePalette(junk);  // the dialog keeps the filter last chosen
+        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Not valid palette file!", MessageStyle::Plain, ""}}));
+        QCOMPARE(Caption(), "[WARM] Select...");
     }
 
     void useDefaultAfterAFile() {

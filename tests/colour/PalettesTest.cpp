@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 
 #include "RecordingHost.h"
 #include "Writers.h"
@@ -73,6 +74,105 @@ TEST_F(PaletteTest, BadFilesAreRefusedOrStopWithTheEntriesReadSoFar) {
     host.Messages.clear();
     EXPECT_EQ(LoadPalette(dir / "missing.pal", host).State, PaletteLoad::Failed);
     EXPECT_TRUE(host.Messages.empty());  // a failure leaves its box to the caller
+}
+
+// ---- palette files of other programs -----------------------------------------------------------------
+
+std::vector<uint32_t> Rainbow(size_t count) {
+    std::vector<uint32_t> colours;
+    for (size_t i = 0; i < count; ++i) colours.push_back(RGB(int32_t(i % 256), int32_t(i * 3 % 256), int32_t(255 - i % 200)));
+    return colours;
+}
+std::string Text(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
+
+struct AnyPaletteTest : PaletteTest {
+    static constexpr uint32_t Untouched = 0x123456;
+    // Loads the bytes as a file of that name, Palette filled with one colour before.
+    PaletteResult LoadAny(const std::string& name, std::string_view bytes) {
+        Palette.fill(Untouched);
+        WriteFileText(dir / name, bytes);
+        return LoadAnyPalette(dir / name, host);
+    }
+};
+
+TEST_F(AnyPaletteTest, EachFormatGivesItsColoursBlackBehindThemAndNoMoreThan256) {
+    const struct { const char* name; std::string bytes; size_t count; } cases[] = {
+        {"riff.pal", Text(WriteRiffPal(Rainbow(256))), 256},
+        {"short.pal", Text(WriteRiffPal(Rainbow(16))), 16},
+        {"long.pal", Text(WriteRiffPal(Rainbow(300))), 300},
+        {"gimp.gpl", WriteGimpPal(Rainbow(16)), 16},
+        {"long.gpl", WriteGimpPal(Rainbow(300)) + "not read\n", 300},
+        {"full.act", Text(WriteAct(Rainbow(256), false)), 256},
+        {"COUNTED.ACT", Text(WriteAct(Rainbow(16), true)), 16},
+        {"one.act", Text(WriteAct(Rainbow(1), true)), 1},
+    };
+    for (const auto& c : cases) {
+        const PaletteResult result = LoadAny(c.name, c.bytes);
+        ASSERT_EQ(result.State, PaletteLoad::Loaded) << c.name << ": " << result.Detail;
+        std::vector<uint32_t> want = Rainbow(std::min<size_t>(c.count, 256));
+        want.resize(256, 0);
+        EXPECT_TRUE(std::ranges::equal(Palette, want)) << c.name;
+    }
+    EXPECT_TRUE(host.Messages.empty());
+    // From a stream the name alone tells an Adobe table.
+    std::istringstream act(Text(WriteAct(Rainbow(256), false)));
+    ASSERT_EQ(LoadAnyPalette(act, "x.act", host).State, PaletteLoad::Loaded);
+    EXPECT_EQ(Palette[200], Rainbow(201)[200]);
+}
+
+TEST_F(AnyPaletteTest, DamagedOrUnknownFilesLeaveThePaletteAlone) {
+    Bytes riff = WriteRiffPal(Rainbow(16));
+    auto patched = [&](size_t at, int32_t value) { Bytes b = riff; PutI32(b, at, value); return Text(b); };
+    const std::string gimp = "GIMP Palette\n1 2 3\n";
+    const struct { const char* name; std::string bytes; PaletteLoad state; } cases[] = {
+        {"cut.pal", Text(riff).substr(0, riff.size() - 1), PaletteLoad::Failed},
+        {"huge-chunk.pal", patched(16, -1), PaletteLoad::Failed},  // the first chunk's size
+        {"count.pal", patched(32, 0x03E80300), PaletteLoad::Failed},  // version 0x0300, 1000 colours
+        {"version.pal", patched(32, 0x00100301), PaletteLoad::Failed},
+        {"none.pal", Text(riff).substr(0, 24), PaletteLoad::Failed},  // header and the "note" chunk
+        {"letters.gpl", gimp + "1 2 x\n", PaletteLoad::Failed},
+        {"two.gpl", gimp + "1 2\n", PaletteLoad::Failed},
+        {"256.gpl", gimp + "256 0 0\n", PaletteLoad::Failed},
+        {"glued.gpl", gimp + "1 2 3x\n", PaletteLoad::Failed},
+        {"header.gpl", "GIMP Palette\nName: x\n", PaletteLoad::Failed},
+        {"huge.gpl", gimp + std::string(MaxPaletteFileSize, '#'), PaletteLoad::Failed},
+        {"zero.act", Text(WriteAct({}, true)), PaletteLoad::Failed},
+        {"300.act", Text(WriteAct(Rainbow(300), true)), PaletteLoad::Failed},
+        {"empty.pal", "", PaletteLoad::Failed},
+        {"769.act", Text(WriteAct(Rainbow(256), false)) + "x", PaletteLoad::Refused},
+        {"table.pal", Text(WriteAct(Rainbow(256), false)), PaletteLoad::Refused},  // no .act, no signature
+        {"wave.pal", Text(WriteWavTone(8000, 0.001, 440)), PaletteLoad::Refused},
+        {"gimp.pal", "GIMP Palettes\n1 2 3\n", PaletteLoad::Refused},
+    };
+    for (const auto& c : cases) {
+        host.Messages.clear();
+        const PaletteResult result = LoadAny(c.name, c.bytes);
+        EXPECT_EQ(result.State, c.state) << c.name << ": " << result.Detail;
+        EXPECT_EQ(std::ranges::count(Palette, Untouched), 256) << c.name;
+        if (c.state == PaletteLoad::Refused) {
+            EXPECT_EQ(result.Detail, KnownPaletteFormats) << c.name;
+            EXPECT_EQ(host.Messages, (std::vector<ShownMessage>{{"Not valid palette file!", MessageStyle::Plain, ""}})) << c.name;
+        } else {
+            EXPECT_TRUE(host.Messages.empty() && result.Detail.starts_with(dir / c.name)) << c.name;
+        }
+    }
+}
+
+TEST_F(AnyPaletteTest, JascPalComesFirstAndReadsAsEver) {
+    // A JASC-PAL file reads however long it is: here a version line of 1 MiB puts its colours past
+    // the size of any other palette file.
+    const std::string jasc = WriteJascPal(Rainbow(256));
+    std::string big = jasc;
+    big.insert(big.find('\n') + 1, std::string(MaxPaletteFileSize, 'v'));
+    ASSERT_EQ(LoadAny("big.act", big).State, PaletteLoad::Loaded);
+    EXPECT_TRUE(std::ranges::equal(Palette, Rainbow(256)));
+    // A file that ends early keeps the colours read so far, in the same words as LoadPalette.
+    const PaletteResult cut = LoadAny("cut.gpl", jasc.substr(0, jasc.size() / 2));
+    EXPECT_EQ(std::pair(Palette[0], Palette[255]), std::pair(Rainbow(1)[0], Untouched));
+    EXPECT_EQ(std::pair(cut.State, cut.Detail), std::pair(PaletteLoad::Failed, LoadPalette(dir / "cut.gpl", host).Detail));
+    // The design's routine knows JASC-PAL alone.
+    WriteFileText(dir / "gimp.gpl", WriteGimpPal(Rainbow(4)));
+    EXPECT_EQ(LoadPalette(dir / "gimp.gpl", host).State, PaletteLoad::Refused);
 }
 
 }  // namespace

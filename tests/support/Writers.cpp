@@ -1,4 +1,4 @@
-// Writers for DRS archives, SLP sprites, JASC-PAL palettes and WAV sounds.
+// Writers for DRS archives, SLP sprites, palettes and WAV sounds.
 
 #include "Writers.h"
 
@@ -159,7 +159,7 @@ Bytes WriteSprite(const std::vector<FrameFixture>& frames, std::string_view vers
     return bytes;
 }
 
-// ---- JASC-PAL palettes and WAV sounds --------------------------------------------------------
+// ---- palettes and WAV sounds ----------------------------------------------------------------
 
 std::string WriteJascPal(std::span<const uint32_t> colours, std::string_view version, std::string_view count) {
     std::string text = "JASC-PAL\r\n";
@@ -170,6 +170,40 @@ std::string WriteJascPal(std::span<const uint32_t> colours, std::string_view ver
                 std::to_string((colour >> 16) & 0xFF) + "\r\n";
     }
     return text;
+}
+
+Bytes WriteRiffPal(std::span<const uint32_t> colours) {
+    Bytes bytes;
+    AppendText(bytes, "RIFF", 4);
+    AppendI32(bytes, int32_t(4 + 12 + 8 + 4 + 4 * colours.size()));
+    AppendText(bytes, "PAL note", 8);
+    AppendI32(bytes, 3);
+    AppendText(bytes, "ab", 4);
+    AppendText(bytes, "data", 4);
+    AppendI32(bytes, int32_t(4 + 4 * colours.size()));
+    AppendI16(bytes, 0x0300);
+    AppendI16(bytes, int16_t(colours.size()));
+    for (uint32_t colour : colours) AppendI32(bytes, int32_t(colour | 0x01000000));  // flags 1
+    return bytes;
+}
+
+std::string WriteGimpPal(std::span<const uint32_t> colours) {
+    std::string text = "GIMP Palette\r\nName: fixture\r\nColumns: 16\r\n# made in code\r\n";
+    for (size_t i = 0; i < colours.size(); ++i) {
+        const uint32_t c = colours[i];
+        text += std::to_string(c & 0xFF) + '\t' + std::to_string((c >> 8) & 0xFF) + "  " + std::to_string((c >> 16) & 0xFF);
+        if (i % 2) text.append("\tcolour ").append(std::to_string(i));
+        text += "\r\n";
+    }
+    return text;
+}
+
+Bytes WriteAct(std::span<const uint32_t> colours, bool withCount) {
+    Bytes bytes(768, 0);
+    for (size_t i = 0; i < std::min<size_t>(colours.size(), 256); ++i)
+        for (size_t c = 0; c < 3; ++c) bytes[i * 3 + c] = uint8_t(colours[i] >> (8 * c));
+    if (withCount) bytes.insert(bytes.end(), {uint8_t(colours.size() >> 8), uint8_t(colours.size()), 0xFF, 0xFF});
+    return bytes;
 }
 
 Bytes WriteWavTone(int32_t sampleRate, double seconds, double frequency) {

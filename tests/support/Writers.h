@@ -1,5 +1,5 @@
 #pragma once
-// Writers for the files Brindle reads: DRS archives, SLP sprites, JASC-PAL palettes and WAV sounds.
+// Writers for the files Brindle reads: DRS archives, SLP sprites, palettes and WAV sounds.
 // The tests build every fixture with these, in code, and the demo archive is made with them too.
 
 #include <array>
@@ -121,11 +121,20 @@ std::vector<uint32_t> ExpectedMask(const Art& art);
 bool ReferenceDecode(std::span<const uint8_t> slp, int32_t frame, std::span<const uint32_t, 256> palette,
                      std::vector<uint32_t>& image, std::vector<uint32_t>& mask);
 
-// ---- JASC-PAL palettes and WAV sounds --------------------------------------------------------
+// ---- palettes and WAV sounds ----------------------------------------------------------------
 
 // "JASC-PAL", version, count, then one "R G B" line per colour value, each line ending in CR LF.
 std::string WriteJascPal(std::span<const uint32_t> colours, std::string_view version = "0100",
                          std::string_view count = "256");
+
+// "RIFF" size "PAL ", a 3-byte "note" chunk with its pad byte, then the "data" chunk: palVersion
+// 0x0300, the count, and red, green, blue and flags of each colour.
+Bytes WriteRiffPal(std::span<const uint32_t> colours);
+// "GIMP Palette", name and columns, a comment, then "R G B" a colour, every other one with a name.
+std::string WriteGimpPal(std::span<const uint32_t> colours);
+// An Adobe colour table: 256 colours of three bytes, black past the ones given; with a count (big-endian)
+// and a transparent index, 772 bytes.
+Bytes WriteAct(std::span<const uint32_t> colours, bool withCount);
 
 // A 16-bit mono PCM WAV file of a sine tone.
 Bytes WriteWavTone(int32_t sampleRate, double seconds, double frequency);
