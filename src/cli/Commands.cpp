@@ -80,23 +80,6 @@ bool OpenSprite(const Options& options, Outputs& outputs, SLPFile& sprite, std::
     return true;
 }
 
-// ---- naming of extracted entries ---------------------------------------------------------------
-
-// The name the save dialog proposes for an entry: its ID, and the extension of its kind.
-std::string ProposedName(int32_t kind, int32_t id) {
-    std::string name = std::to_string(id);
-    if (kind == KindSLP) return name + ".slp";
-    if (kind == KindWAV) return name + ".wav";
-    if (kind == KindBIN) return name + ".bin";
-    return name;
-}
-
-// One entry to copy out, and the file it goes to.
-struct PlannedCopy {
-    size_t Row = 0;
-    std::string Path;
-};
-
 // Copies every planned entry, making the folders of a folder output (-o DIR, extract-all) as needed.
 // With --keep-going a failure is noted and the rest go on; without, the files written so far are
 // removed. True when all were written or kept.
@@ -208,44 +191,6 @@ bool PrepareColours(const Options& options, CliHost& host, Outputs& outputs) {
     return true;
 }
 
-// Only letters and digits of the name are kept, so that no name can lead out of the target folder.
-std::string TableFolderName(int position, const std::string& heading) {
-    std::string name = std::to_string(position);
-    if (position < 10) name.insert(0, 1, '0');
-    std::string tag;
-    for (char c : TableOfHeading(heading)) {
-        if ((c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) tag += c;
-    }
-    return tag.empty() ? name : name + "-" + tag;
-}
-
-void ForEachEntryByTable(const std::vector<ListRow>& rows, const std::string& out, const std::string& table,
-                         const std::function<void(size_t, const fs::path&, std::set<std::string>&)>& use) {
-    fs::path folder;
-    bool wanted = false;
-    int tables = 0;
-    std::set<std::string> used;
-    for (size_t i = 0; i < rows.size(); ++i) {
-        if (rows[i].ItemData == KindHeading) {
-            folder = fs::path(out) / TableFolderName(++tables, rows[i].Text);
-            wanted = table.empty() || SameTable(TableOfHeading(rows[i].Text), table);
-            used.clear();
-        } else if (wanted) {
-            use(i, folder, used);
-        }
-    }
-}
-
-std::string DistinctName(const std::string& name, std::set<std::string>& used) {
-    std::string candidate = name;
-    const size_t dot = name.find('.');
-    const std::string stem = name.substr(0, dot);
-    const std::string extension = dot == std::string::npos ? "" : name.substr(dot);
-    for (int n = 2; used.count(candidate) != 0; ++n) candidate = stem + "-" + std::to_string(n) + extension;
-    used.insert(candidate);
-    return candidate;
-}
-
 // ---- the commands ----------------------------------------------------------------------------------
 
 int RunList(const Options& options) {
@@ -348,10 +293,7 @@ int RunExtractAll(const Options& options) {
     if (!LoadArchive(options.Command, options.Source, options.Force, options.Table, archive, host, outputs)) return ExitFailed;
     const std::vector<ListRow>& rows = host.Rows();
 
-    std::vector<PlannedCopy> plan;
-    ForEachEntryByTable(rows, options.Out, options.Table, [&](size_t row, const fs::path& folder, std::set<std::string>& used) {
-        plan.push_back({row, (folder / DistinctName(ProposedName(rows[row].ItemData, CatalogueAt(row).ID), used)).string()});
-    });
+    const std::vector<PlannedCopy> plan = PlanEntryFiles(rows, DRSCatalogue, options.Out, options.Table);
     return CopyEntries(options, archive, plan, true, outputs, &host) ? ExitOk : ExitFailed;
 }
 

@@ -3,9 +3,6 @@
 // 0 done, 1 the work failed (said on stderr), 2 the command line can't be carried out.
 
 #include <cstdint>
-#include <filesystem>
-#include <functional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -63,11 +60,3 @@ ImageFormat ImageFormatOf(const std::string& name);
 ImageExportOptions ImageOptionsOf(const Options& options);
 // The palette and the four colours as the options say, everything else at its start value.
 bool PrepareColours(const Options& options, CliHost& host, Outputs& outputs);
-// A table's folder, as extract-all names it: its position from 01 and its name's letters and digits.
-std::string TableFolderName(int position, const std::string& heading);
-// Each entry of the tables the filter leaves (all for an empty one), in list order, with the folder
-// under out that extract-all gives its table and the names given in that folder so far.
-void ForEachEntryByTable(const std::vector<ListRow>& rows, const std::string& out, const std::string& table,
-                         const std::function<void(size_t row, const std::filesystem::path& folder, std::set<std::string>& used)>& use);
-// name itself if it is still free among used, else ID-2, ID-3, ... before the extension.
-std::string DistinctName(const std::string& name, std::set<std::string>& used);

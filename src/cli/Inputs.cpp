@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
 
@@ -16,11 +15,6 @@ namespace {
 
 // An archive's offsets are 32-bit signed: nothing past 2 GiB can be reached.
 constexpr size_t MaxArchiveBytes = size_t{1} << 31;
-
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return char(std::tolower(c)); });
-    return text;
-}
 
 }  // namespace
 
@@ -94,14 +88,6 @@ bool LoadArchive(const std::string& command, const std::string& path, bool force
     }
     return false;
 }
-
-std::string TableOfHeading(const std::string& heading) {
-    const size_t end = heading.rfind(" (");
-    if (!heading.starts_with("--") || end == std::string::npos || end < 2) return heading;
-    return heading.substr(2, end - 2);
-}
-
-bool SameTable(const std::string& a, const std::string& b) { return Lower(a) == Lower(b); }
 
 std::vector<ListedEntry> EntriesWithID(const std::vector<ListRow>& rows, int32_t id, const std::string& table) {
     std::vector<ListedEntry> found;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "archive/EntryFiles.h"
 #include "cli/CliHost.h"
 #include "cli/Outputs.h"
 #include "shell/Files.h"
@@ -29,11 +30,6 @@ struct ListedEntry {
     int32_t Kind = 0;
     std::string Table;
 };
-
-// The table's name in a heading row "--SLP (3)--": "SLP".
-std::string TableOfHeading(const std::string& heading);
-// Whether two table names are the same, in any case.
-bool SameTable(const std::string& a, const std::string& b);
 
 // The entries of that ID, in list order; with a table name, only that table's (any case).
 std::vector<ListedEntry> EntriesWithID(const std::vector<ListRow>& rows, int32_t id, const std::string& table);

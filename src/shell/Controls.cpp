@@ -1,9 +1,13 @@
 #include "shell/Controls.h"
 
+#include <algorithm>
+
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QTextCursor>
+#include <QWheelEvent>
 
 #include "shell/Functions.h"
 #include "shell/RichText.h"
@@ -150,10 +154,25 @@ void PictureBox::SetPicture(QImage picture) {
     repaint();
 }
 
-void PictureBox::paintEvent(QPaintEvent*) {
+void PictureBox::SetZoom(int zoom) {
+    zoom_ = std::max(zoom, 1);
+    update();
+}
+
+void PictureBox::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
-    painter.fillRect(rect(), palette().window());
-    painter.drawImage(0, 0, picture_);
+    painter.fillRect(event->rect(), palette().window());
+    if (zoom_ == 1) {
+        painter.drawImage(event->rect().topLeft(), picture_, event->rect());
+        return;
+    }
+    // Only the picture's pixels under the exposed part are scaled, nearest neighbour (no smoothing is
+    // asked for), so a large zoom costs what the screen shows and not what the picture would cover.
+    const QRect exposed = event->rect();
+    const QRect source = QRect(QPoint(exposed.left() / zoom_, exposed.top() / zoom_),
+                               QPoint(exposed.right() / zoom_, exposed.bottom() / zoom_)) & picture_.rect();
+    if (source.isEmpty()) return;
+    painter.drawImage(QRect(source.topLeft() * zoom_, source.size() * zoom_), picture_, source);
 }
 
 void PictureBox::mousePressEvent(QMouseEvent* event) {
@@ -169,6 +188,15 @@ void PictureBox::mouseMoveEvent(QMouseEvent* event) {
 void PictureBox::mouseReleaseEvent(QMouseEvent* event) {
     const QPoint at = event->position().toPoint();
     emit MouseUp(at.x(), at.y());
+}
+
+void PictureBox::wheelEvent(QWheelEvent* event) {
+    if (!(event->modifiers() & Qt::ControlModifier)) return QWidget::wheelEvent(event);
+    wheelAngle_ += event->angleDelta().y();
+    const int steps = wheelAngle_ / 120;  // one notch of a wheel; touchpads send less at a time
+    wheelAngle_ -= steps * 120;
+    if (steps != 0) emit ZoomWheel(steps);
+    event->accept();
 }
 
 ScrollBar::ScrollBar(Qt::Orientation orientation, QWidget* parent) : QScrollBar(orientation, parent) {

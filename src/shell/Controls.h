@@ -81,7 +81,8 @@ private:
 };
 
 // Shows one picture at its top left on the window's background colour, and reports the mouse in its
-// own pixels. Tag holds the path of the sprite on show.
+// own pixels. Tag holds the path of the sprite on show. With a zoom above 1 each pixel of the picture
+// is a sharp square of that many screen pixels a side.
 class PictureBox : public QWidget {
     Q_OBJECT
 public:
@@ -89,21 +90,27 @@ public:
 
     void SetPicture(QImage picture);
     const QImage& Picture() const { return picture_; }
+    void SetZoom(int zoom);
+    int Zoom() const { return zoom_; }
     std::string Tag;
 
 signals:
     void MouseDown(int x, int y);
     void MouseMove(int x, int y);
     void MouseUp(int x, int y);
+    void ZoomWheel(int steps);  // Ctrl and the wheel: above 0 in, below 0 out
 
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
 
 private:
     QImage picture_;
+    int zoom_ = 1;
+    int wheelAngle_ = 0;  // eighths of a degree turned and not yet taken as a step
 };
 
 // A horizontal scroll bar that takes the focus in the tab order and moves by the keys as a desktop

@@ -16,6 +16,7 @@
 #include <QPainter>
 #include <QRegularExpressionValidator>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QTimer>
 
 #include "colour/Colours.h"
@@ -112,7 +113,9 @@ std::string FallbackArchiveFolder() {
     return home && *home ? std::string(home) + PathSeparator : std::string(1, PathSeparator);
 }
 
-MainForm::MainForm(Platform platform) : platform_(platform) {
+MainForm::MainForm(Platform platform)
+    : dialogs_(platform.Dialogs, *this),
+      platform_{dialogs_, platform.Messages, platform.Sound, platform.Escape, platform.Clip} {
     setWindowTitle(QString::fromUtf8(Caption));
     setWindowIcon(ProgramIcon());
     client_ = new QWidget(this);
@@ -299,8 +302,20 @@ void MainForm::CreateControls() {
                                       RenameTextBox, RenameLists[0], RenameLists[1], RenameLists[2]};
     for (qsizetype i = 0; i + 1 < tabOrder.size(); ++i) setTabOrder(tabOrder[i], tabOrder[i + 1]);
 
-    AnimateTimer = new QTimer(this);  // stands in the design, disabled; nothing starts it
+    // Disabled until "Play animation" starts it. Each tick starts the next only once its frame is
+    // drawn, so a slow frame delays the next tick and ticks never queue up.
+    AnimateTimer = new QTimer(this);
     AnimateTimer->setInterval(100);
+    AnimateTimer->setSingleShot(true);
+    connect(AnimateTimer, &QTimer::timeout, this, &MainForm::AnimateTimer_Timer);
+    connect(ResDisplayPic, &PictureBox::ZoomWheel, this, [this](int steps) {
+        for (; steps > 0; --steps) menu_image_zoomin_Click();
+        for (; steps < 0; ++steps) menu_image_zoomout_Click();
+    });
+    // ESC stops the animation wherever the focus is; the key still reaches the focused control too.
+    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    escape->setContext(Qt::WindowShortcut);
+    connect(escape, &QShortcut::activated, this, &MainForm::StopAnimation);
 }
 
 void MainForm::CreateMenus() {
@@ -331,6 +346,8 @@ void MainForm::CreateMenus() {
     SetEnabled(menu_extract_all, false);
     menu_extract_pal = item(menu_extract, "Extract as palette");
     SetEnabled(menu_extract_pal, false);
+    menu_extract_folder = item(menu_extract, "Extract all to folder...");
+    SetEnabled(menu_extract_folder, false);
 
     menu_descr = bar->addMenu(QStringLiteral("Descriptions"));
     menu_descr->menuAction()->setVisible(false);
@@ -352,6 +369,15 @@ void MainForm::CreateMenus() {
     menu_image_test2 = item(menu_image, "Show data bit");
     menu_image_test2->setVisible(false);
     menu_image_savesequence = item(menu_image, "Save as image sequence");
+    menu_image_zoomin = item(menu_image, "Zoom in");
+    menu_image_zoomin->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Plus), QKeySequence(Qt::CTRL | Qt::Key_Equal)});
+    menu_image_zoomout = item(menu_image, "Zoom out");
+    menu_image_zoomout->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Minus));
+    menu_image_actualsize = item(menu_image, "Actual size");
+    menu_image_actualsize->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_0));
+    menu_image_play = item(menu_image, "Play animation");
+    menu_image_play->setCheckable(true);
+    menu_image_play->setShortcut(QKeySequence(Qt::Key_P));
 
     menu_layers = bar->addMenu(QStringLiteral("Layers"));
     menu_layers->menuAction()->setVisible(false);
@@ -396,6 +422,7 @@ void MainForm::CreateMenus() {
     connect(menu_extract_file, &QAction::triggered, this, &MainForm::menu_extract_file_Click);
     connect(menu_extract_all, &QAction::triggered, this, &MainForm::menu_extract_all_Click);
     connect(menu_extract_pal, &QAction::triggered, this, &MainForm::menu_extract_pal_Click);
+    connect(menu_extract_folder, &QAction::triggered, this, &MainForm::menu_extract_folder_Click);
     OnCheckItemClick(menu_descr_edit, [this] { menu_descr_edit_Click(); });
     connect(menu_descr_load, &QAction::triggered, this, &MainForm::menu_descr_load_Click);
     connect(menu_descr_save, &QAction::triggered, this, &MainForm::menu_descr_save_Click);
@@ -404,6 +431,10 @@ void MainForm::CreateMenus() {
     connect(menu_savebmp, &QAction::triggered, this, &MainForm::menu_savebmp_Click);
     connect(menu_image_slx, &QAction::triggered, this, &MainForm::menu_image_slx_Click);
     connect(menu_image_savesequence, &QAction::triggered, this, &MainForm::menu_image_savesequence_Click);
+    connect(menu_image_zoomin, &QAction::triggered, this, &MainForm::menu_image_zoomin_Click);
+    connect(menu_image_zoomout, &QAction::triggered, this, &MainForm::menu_image_zoomout_Click);
+    connect(menu_image_actualsize, &QAction::triggered, this, &MainForm::menu_image_actualsize_Click);
+    OnCheckItemClick(menu_image_play, [this] { menu_image_play_Click(); });
     OnCheckItemClick(menu_layers_colours, [this] { menu_layers_colours_Click(); });
     OnCheckItemClick(menu_layers_shadow, [this] { menu_layers_shadow_Click(); });
     OnCheckItemClick(menu_layers_selection, [this] { menu_layers_selection_Click(); });
@@ -513,6 +544,7 @@ bool MainForm::OpenFromOutside(const std::string& path) {
 }
 
 void MainForm::OpenArchive(const std::string& chosen) {
+    StopAnimation();
     CloseArchive();
     DRSFileOpen = true;
     DRSFilePath = chosen;
@@ -525,6 +557,7 @@ void MainForm::OpenArchive(const std::string& chosen) {
     }
     if (opened) {
         SetEnabled(menu_extract_all, true);
+        SetEnabled(menu_extract_folder, true);
         SetEnabled(menu_extract_file, false);
         SetStatusText("");
         return;
@@ -536,6 +569,7 @@ void MainForm::OpenArchive(const std::string& chosen) {
     SetCaption(DRSFileLabel2, "[none]");
     CloseArchive();
     SetEnabled(menu_extract_all, false);
+    SetEnabled(menu_extract_folder, false);
     SetEnabled(menu_extract_file, false);
     // The rows still listed belong to the archive just closed: no copy could come out of them now.
     DRSCatalogue.clear();
@@ -558,6 +592,7 @@ CatalogueRow* MainForm::SelectedRow() {
 void MainForm::DRSFilesList_Click() {
     const CatalogueRow* selected = SelectedRow();
     if (!selected) return;
+    StopAnimation();
     const CatalogueRow& row = *selected;
     const int index = DRSFilesList->ListIndex();
     LoadDescriptionControls(row.Description);
@@ -712,8 +747,8 @@ void MainForm::SetPictureSource(std::string_view slpPath) { ResDisplayPic->Tag =
 
 void MainForm::SetPictureSize(int32_t widthPixels, int32_t heightPixels) {
     TwipsRect place = TwipsOf(ResDisplayPic);
-    place.Width = PixelsToTwips(widthPixels, TwipsPerPixelX());
-    place.Height = PixelsToTwips(heightPixels, TwipsPerPixelY());
+    place.Width = PixelsToTwips(widthPixels * Zoom, TwipsPerPixelX());
+    place.Height = PixelsToTwips(heightPixels * Zoom, TwipsPerPixelY());
     PlaceInTwips(ResDisplayPic, place);
 }
 
@@ -721,6 +756,7 @@ void MainForm::PaintPicture(const cDIBSection& picture) { ResDisplayPic->SetPict
 void MainForm::RepaintMainForm() { repaint(); }
 
 MessageAnswer MainForm::ShowMessage(std::string_view text, MessageStyle style, std::string_view title) {
+    StopAnimation();
     return platform_.Messages.ShowMessage(text, style, title);
 }
 

@@ -53,6 +53,7 @@ public:
     void menu_file_exit_Click();
     void menu_extract_file_Click();
     void menu_extract_all_Click();
+    void menu_extract_folder_Click();  // archive/MainFormExtract.cpp
     void menu_help_help_Click();
     void menu_help_about_Click();
     void menu_image_autorefresh_Click();
@@ -62,6 +63,14 @@ public:
     void ResDisplayPic_MouseDown(int X, int Y);
     void ResDisplayPic_MouseMove(int X, int Y);
     void ResDisplayPic_MouseUp(int X, int Y);
+    // Zoom and animation (slp/MainFormViewer.cpp)
+    void menu_image_zoomin_Click();
+    void menu_image_zoomout_Click();
+    void menu_image_actualsize_Click();
+    void menu_image_play_Click();
+    void AnimateTimer_Timer();
+    // Stops a playing animation and takes the check mark off "Play animation"; nothing when none plays.
+    void StopAnimation();
     // Palettes and colours (colour/MainFormColours.cpp)
     void menu_pal_default_Click();
     void menu_pal_select_Click();
@@ -116,6 +125,9 @@ public:
     // The team (1 to 8) whose colours player pixels take on screen and in the PNG, GIF and sheet
     // exports; the BMP and SLX exports draw player 1 whatever it is.
     int32_t TeamColour = 1;
+    // Screen pixels a side for each pixel of the frame on show: one of ZoomSteps. Exports ignore it.
+    int32_t Zoom = 1;
+    static constexpr std::array<int32_t, 8> ZoomSteps = {1, 2, 3, 4, 6, 8, 12, 16};
 
     // --- Controls, in tab order -------------------------------------------------------------------
     QLabel* DRSFileLabel1;
@@ -128,7 +140,7 @@ public:
     QLabel* PictureStatusText;
     QLineEdit* RenameTextBox;
     std::array<QComboBox*, 3> RenameLists{};
-    QTimer* AnimateTimer;
+    QTimer* AnimateTimer = nullptr;
 
     // --- The common dialogs -----------------------------------------------------------------------
     CommonDialog MainComDlg;
@@ -138,6 +150,7 @@ public:
     static constexpr std::string_view OtherPalettesFilter = "Palettes of other programs (*.gpl *.act *.pal)|*.gpl;*.act;*.pal";
     static constexpr int16_t OtherPalettesFilterIndex = 3;
     CommonDialog ColourComDlg;
+    CommonDialog FolderComDlg;  // the folder of "Extract all to folder..."
 
     // --- Menus --------------------------------------------------------------------------------------
     QMenu* menu_file;
@@ -147,6 +160,7 @@ public:
     QAction* menu_extract_file;
     QAction* menu_extract_all;
     QAction* menu_extract_pal;
+    QAction* menu_extract_folder;
     QMenu* menu_descr;
     QAction* menu_descr_edit;
     QAction* menu_descr_load;
@@ -159,6 +173,10 @@ public:
     QAction* menu_image_slx;
     QAction* menu_image_test2;
     QAction* menu_image_savesequence;
+    QAction* menu_image_zoomin;
+    QAction* menu_image_zoomout;
+    QAction* menu_image_actualsize;
+    QAction* menu_image_play = nullptr;
     QMenu* menu_layers;
     QAction* menu_layers_colours;
     QAction* menu_layers_shadow;
@@ -208,8 +226,24 @@ private:
     // Connects a checkable item to its handler, which alone sets the check mark: Qt's own turn of the
     // mark on a click is undone first, so a handler works the same from a click and from a call.
     void OnCheckItemClick(QAction* item, std::function<void()> handler);
+    void SetZoom(int32_t zoom);  // sizes ResDisplayPic for the frame on show at that zoom
 
-    Platform platform_;
+    // The desktop's dialogs, each of which stops the animation before it shows.
+    class AnimationStoppingDialogs : public CommonDialogs {
+    public:
+        AnimationStoppingDialogs(CommonDialogs& dialogs, MainForm& form) : dialogs_(dialogs), form_(form) {}
+        bool ShowOpen(CommonDialog& dialog) override { return form_.StopAnimation(), dialogs_.ShowOpen(dialog); }
+        bool ShowSave(CommonDialog& dialog) override { return form_.StopAnimation(), dialogs_.ShowSave(dialog); }
+        bool ShowColor(CommonDialog& dialog) override { return form_.StopAnimation(), dialogs_.ShowColor(dialog); }
+        bool ShowFolder(CommonDialog& dialog) override { return form_.StopAnimation(), dialogs_.ShowFolder(dialog); }
+
+    private:
+        CommonDialogs& dialogs_;
+        MainForm& form_;
+    };
+
+    AnimationStoppingDialogs dialogs_;
+    Platform platform_;  // the desktop's services, its dialogs through dialogs_
     QWidget* client_;  // the client area: every control stands on it
     AboutForm* aboutForm_ = nullptr;
     bool unloaded_ = false;

@@ -30,6 +30,8 @@ public:
     virtual bool ShowOpen(CommonDialog& dialog) = 0;
     virtual bool ShowSave(CommonDialog& dialog) = 0;
     virtual bool ShowColor(CommonDialog& dialog) = 0;
+    // A folder form: starts in InitDir, and FileName comes back as the folder chosen.
+    virtual bool ShowFolder(CommonDialog& dialog) = 0;
 };
 
 class MessageBoxes {

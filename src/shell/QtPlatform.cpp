@@ -69,6 +69,14 @@ bool QtDialogs::ShowFileDialog(CommonDialog& dialog, bool open) {
     return true;
 }
 
+bool QtDialogs::ShowFolder(CommonDialog& dialog) {
+    const QString chosen = QFileDialog::getExistingDirectory(QApplication::activeWindow(), ToQString(dialog.DialogTitle),
+                                                             ToQString(dialog.InitDir));
+    if (chosen.isEmpty()) return false;
+    dialog.FileName = chosen.toStdString();
+    return true;
+}
+
 bool QtDialogs::ShowColor(CommonDialog& dialog) {
     const QColor chosen = QColorDialog::getColor(ToQColor(dialog.Color), QApplication::activeWindow());
     if (!chosen.isValid()) return false;

@@ -30,6 +30,7 @@ public:
     bool ShowOpen(CommonDialog& dialog) override { return ShowFileDialog(dialog, true); }
     bool ShowSave(CommonDialog& dialog) override { return ShowFileDialog(dialog, false); }
     bool ShowColor(CommonDialog& dialog) override;
+    bool ShowFolder(CommonDialog& dialog) override;
 
 private:
     bool ShowFileDialog(CommonDialog& dialog, bool open);

@@ -23,12 +23,15 @@ public:
     std::vector<ShownMessage> Boxes;
     std::vector<std::string> Sounds;
     bool EscapeHeld = false;
+    int EscapeFromAsk = 0;  // above 0: ESC goes down at that ask of IsDown and stays down
+    int EscapeAsks = 0;
     int ClipboardPuts = 0;
 
     Platform Services() { return {*this, *this, *this, *this, *this}; }
 
     bool ShowOpen(CommonDialog& dialog) override { return AnswerFile(dialog); }
     bool ShowSave(CommonDialog& dialog) override { return AnswerFile(dialog); }
+    bool ShowFolder(CommonDialog& dialog) override { return AnswerFile(dialog); }
     bool ShowColor(CommonDialog& dialog) override {
         DialogsShown.push_back(dialog);
         const std::optional<uint32_t> answer = Next(ColourAnswers);
@@ -43,7 +46,7 @@ public:
         return answer;
     }
     void PlayInBackground(const std::string& path) override { Sounds.push_back(path); }
-    bool IsDown() override { return EscapeHeld; }
+    bool IsDown() override { return EscapeHeld || (EscapeFromAsk > 0 && ++EscapeAsks >= EscapeFromAsk); }
     bool PutBitmap(const cDIBSection&) override { return ++ClipboardPuts, true; }
 
 private:

@@ -1,0 +1,87 @@
+// "Extract all to folder...": the files it writes, the box that ends it, ESC, failures, and the archive
+// and the temporary folder left alone.
+
+#include <filesystem>
+
+#include <QAction>
+#include <QLabel>
+#include <QTest>
+
+#include "WindowFixture.h"
+
+using namespace fixtures;
+namespace fs = std::filesystem;
+
+class MainFormExtractTest : public QObject, public WindowFixture {
+    Q_OBJECT
+
+    // Every entry as extract-all lays it out, with the row it comes from.
+    const std::vector<std::pair<std::string, int>> layout = {
+        {"01-SLP/1000.slp", Walker}, {"01-SLP/1001.slp", Flag}, {"01-SLP/1002.slp", Broken}, {"01-SLP/1003.slp", Layered},
+        {"02-WAV/5000.wav", Tone},   {"03-BIN/7.bin", Text},    {"03-BIN/8.bin", Pal},        {"03-BIN/9.bin", Empty},
+        {"04-XYZ/9000", Odd}};
+
+    std::string ExtractTo(const std::string& folder) {
+        desktop->FileAnswers = {folder};
+        form->menu_extract_folder->trigger();
+        return desktop->Boxes.empty() ? "" : desktop->Boxes.back().Text;
+    }
+
+private slots:
+    void init() { SetUp(); }
+    void cleanup() { TearDown(); }
+
+    void comesAfterTheDesignsItemsEnabledWhileAnArchiveIsOpen() {
+        std::vector<std::string> items;
+        for (QAction* action : form->menu_extract->actions())
+            if (action->isVisible()) items.push_back(Str(action->text()));
+        QCOMPARE(items, (std::vector<std::string>{"Extract this file...", "Extract as palette", "Extract all to folder..."}));
+        QVERIFY(!MainForm::IsEnabled(form->menu_extract_folder));
+        Open(archivePath);
+        QVERIFY(MainForm::IsEnabled(form->menu_extract_folder));
+        WriteFileText(At("bad.drs"), "too short for an archive");
+        Open(At("bad.drs"));  // "continue anyway?" OK, and then refused
+        QVERIFY(!MainForm::IsEnabled(form->menu_extract_folder));
+    }
+
+    void everyEntryGoesOutAsExtractAllLaysItOut() {
+        Open(archivePath);
+        const auto archiveBefore = ReadFileBytes(archivePath);
+        const auto tempBefore = TempCopies();
+        // The archive's own folder is a fine target.
+        QCOMPARE(ExtractTo(At("")), "9 of 9 entries written to " + At("") + ".");
+        QCOMPARE(desktop->DialogsShown.back().InitDir.empty(), false);
+        for (const auto& [name, row] : layout) QCOMPARE(ReadFileBytes(At(name)), EntryBytes(row));
+        QCOMPARE(ReadFileBytes(archivePath), archiveBefore);
+        QCOMPARE(TempCopies(), tempBefore);
+        QCOMPARE(Str(form->StatusText->text()), "");
+        QCOMPARE(desktop->Boxes.back().Style, MessageStyle::Plain);
+
+        QCOMPARE(ExtractTo(""), "9 of 9 entries written to " + At("") + ".");  // cancelled: nothing new
+        QCOMPARE(desktop->Boxes.size(), size_t{1});
+    }
+
+    void escapeStopsBetweenEntries() {
+        Open(archivePath);
+        desktop->EscapeFromAsk = 4;
+        QCOMPARE(ExtractTo(At("out")), "Stopped after 3 of 9 entries. 3 of 9 entries written to " + At("out") + ".");
+        QVERIFY(fs::exists(At("out/01-SLP/1002.slp")));
+        QVERIFY(!fs::exists(At("out/01-SLP/1003.slp")));
+    }
+
+    void failuresAreListedAndTheArchiveIsNeverWritten() {
+        Open(archivePath);
+        const auto archiveBefore = ReadFileBytes(archivePath);
+        fs::create_directories(At("out/01-SLP"));
+        fs::create_symlink(archivePath, At("out/01-SLP/1001.slp"));  // a link to the archive under an entry's name
+        WriteFileText(At("out/02-WAV"), "a file where a folder belongs");
+        const std::string box = ExtractTo(At("out"));
+        QVERIFY2(box.starts_with("7 of 9 entries written to " + At("out") + ".\n\n2 could not be written:\n01-SLP/1001.slp: "), box.c_str());
+        QVERIFY2(box.find("\n02-WAV/5000.wav: ") != std::string::npos, box.c_str());
+        QCOMPARE(ReadFileBytes(archivePath), archiveBefore);
+        QCOMPARE(ReadFileBytes(At("out/03-BIN/7.bin")), EntryBytes(Text));
+    }
+};
+
+QTEST_MAIN(MainFormExtractTest)
+#include "MainFormExtractQTest.moc"
