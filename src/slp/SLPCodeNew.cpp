@@ -38,142 +38,154 @@ MemoryPalette MemoryOrderPalette(const std::array<uint32_t, 256>& palette) {
     return memory;
 }
 
-// One row of a frame being decoded: the command stream and the two rows of pixels it draws into.
-class RowDecoder {
-public:
-    RowDecoder(std::span<const uint8_t> file, size_t streamAt, const std::array<uint32_t, 256>& values,
-               const MemoryPalette& palette, const LayerColours& colours, uint32_t playerOffset, cDIBSection& image,
-               cDIBSection& mask, int32_t row, int64_t x)
-        : file_(file), at_(streamAt), values_(values), palette_(palette), colours_(colours), playerOffset_(playerOffset),
-          lastPlayerByte_(static_cast<uint8_t>(255 - playerOffset)), width_(image.Width()), x_(x),
-          imageRow_(image.RowPointer(row)), maskRow_(mask.RowPointer(row)) {}
+// What every row of a frame is decoded with.
+struct RowContext {
+    std::span<const uint8_t> File;
+    const std::array<uint32_t, 256>& Values;  // the palette's colour values
+    const MemoryPalette& Memory;              // the same in memory order
+    LayerColours Colours;
+    uint32_t PlayerOffset;  // 16 times the player: where the team's band of the palette starts
+    int64_t Width;
+};
 
-    // Carries out commands until an end-of-row byte. Returns an empty text, or what is wrong with the row.
-    std::string Run() {
-        const int64_t maxCommands = std::max<int64_t>(width_ - x_, 0) + std::max<int64_t>(-x_, 0) + SpareCommandsPerRow;
-        for (int64_t commands = 0; commands < maxCommands; ++commands) {
-            switch (Carry()) {
-                case Step::Done: break;
-                case Step::EndOfRow: return {};
-                case Step::CutOff: return "its commands run past the end of the file";
-                case Step::BadPlayerColour: return "a player colour lies past the end of the palette";
-            }
-        }
-        return "it has more commands than pixels";
-    }
+// Where a row's commands ended, and what is wrong with the row: null when nothing is.
+struct RowEnd {
+    int64_t X;
+    const char* Problem;
+};
 
-    int64_t X() const { return x_; }
+constexpr const char* CutOff = "its commands run past the end of the file";
+constexpr const char* BadPlayerColour = "a player colour lies past the end of the palette";
 
-private:
-    enum class Step { Done, EndOfRow, CutOff, BadPlayerColour };
+// Carries out the commands of one row from byte `at` of the file, drawing from column x on, until an
+// end-of-row byte. Which command a byte is goes by its low nibble, but for the four outline bytes
+// 0x4E, 0x5E, 0x6E and 0x7E.
+//
+// The pixels are stored through byte pointers, which as far as the compiler knows may point at
+// anything, so whatever the loop reads through a pointer would be read again after every store:
+// everything it needs is therefore held in locals of its own.
+RowEnd DecodeRow(const RowContext& context, size_t at, int64_t x, uint8_t* imageRow, uint8_t* maskRow) {
+    const uint8_t* const file = context.File.data();
+    const size_t size = context.File.size();
+    const uint32_t* const values = context.Values.data();
+    const uint32_t* const memory = context.Memory.data();
+    const LayerColours colours = context.Colours;
+    const uint32_t playerOffset = context.PlayerOffset;
+    const uint32_t lastPlayerByte = 255 - playerOffset;  // the largest player byte whose colour is in the palette
+    const int64_t width = context.Width;
 
-    bool Next(uint8_t& value) {
-        if (at_ >= file_.size()) return false;
-        value = file_[at_++];
+    auto next = [&](uint32_t& value) {
+        if (at >= size) return false;
+        value = file[at++];
         return true;
-    }
-
+    };
     // A four-bit or six-bit length taken from the command byte; 0 means the next byte holds it.
-    bool Extended(uint32_t inCommand, uint32_t& length) {
-        uint8_t next = 0;
-        if (inCommand != 0) {
-            length = inCommand;
-            return true;
+    auto extended = [&](uint32_t inCommand, uint32_t& length) {
+        length = inCommand;
+        return inCommand != 0 || next(length);
+    };
+    // A run of length pixels from x, clipped to the row.
+    auto fill = [&](uint32_t length, uint32_t colour, uint32_t layer) {
+        const int64_t first = std::clamp<int64_t>(x, 0, width);
+        const int64_t end = std::clamp<int64_t>(x + length, first, width);
+        FillPixelPair(imageRow + 3 * first, colour, maskRow + 3 * first, layer, static_cast<size_t>(end - first));
+        x += length;
+    };
+    // A list of one byte a pixel: a palette index, or for the player layer a player byte c that
+    // stands for palette[c + playerOffset]. Null, or what is wrong.
+    auto list = [&](uint32_t length, uint32_t layer) -> const char* {
+        if (!Inside(static_cast<int64_t>(at), length, size)) return CutOff;
+        const uint8_t* bytes = file + at;
+        const bool player = layer == LayerPlayer;
+        const uint32_t offset = player ? playerOffset : 0;
+        // Only the part of the list between column 0 and the right edge shows; the bytes outside it
+        // are checked all the same. Pixels drawn before a bad player byte is found are cleared with
+        // the rest of the damaged row, as x stays where the list began.
+        const int64_t first = std::clamp<int64_t>(-x, 0, length);
+        const int64_t last = std::clamp<int64_t>(width - x, first, length);
+        uint32_t largest = 0;
+        for (int64_t i = 0; i < first; ++i) largest = std::max<uint32_t>(largest, bytes[i]);
+        for (int64_t i = last; i < length; ++i) largest = std::max<uint32_t>(largest, bytes[i]);
+        // As in FillPixels: 4-byte stores whose last byte the next pixel overwrites, but for the last pixel.
+        // A bad player byte must not read past the palette before it is found: the index wraps.
+        uint8_t* image = imageRow + 3 * (x + first);
+        for (int64_t i = first; i + 1 < last; ++i, image += 3) {
+            largest = std::max<uint32_t>(largest, bytes[i]);
+            std::memcpy(image, &memory[(bytes[i] + offset) & 0xFF], 4);
         }
-        if (!Next(next)) return false;
-        length = next;
-        return true;
-    }
+        if (first < last) {
+            largest = std::max<uint32_t>(largest, bytes[last - 1]);
+            std::memcpy(image, &memory[(bytes[last - 1] + offset) & 0xFF], 3);
+        }
+        if (player && largest > lastPlayerByte) return BadPlayerColour;
+        FillPixels(maskRow + 3 * (x + first), static_cast<size_t>(last - first), layer);
+        at += length;
+        x += length;
+        return nullptr;
+    };
 
-    // Reads one command byte and its operands and draws what it says. Which command it is goes by the
-    // low nibble, but for the four outline bytes 0x4E, 0x5E, 0x6E and 0x7E.
-    Step Carry() {
-        uint8_t command = 0;
-        if (!Next(command)) return Step::CutOff;
+    // A row needs at most one command a pixel from its left end to its right edge, and some spare.
+    const int64_t maxCommands = std::max<int64_t>(width - x, 0) + std::max<int64_t>(-x, 0) + SpareCommandsPerRow;
+    for (int64_t commands = 0; commands < maxCommands; ++commands) {
+        uint32_t command = 0, length = 0, operand = 0;
+        if (!next(command)) return {x, CutOff};
         const uint32_t high = command >> 4;
-        uint32_t length = 0;
-        uint8_t operand = 0;
+        const char* problem = nullptr;
         switch (command & 0x0F) {
             case 0x0: case 0x4: case 0x8: case 0xC:  // colour list, six-bit length, not extended
-                return List(command >> 2, LayerColour);
+                problem = list(command >> 2, LayerColour);
+                break;
             case 0x1: case 0x5: case 0x9: case 0xD:  // skip, six-bit length
-                if (!Extended(command >> 2, length)) return Step::CutOff;
-                return Fill(length, colours_.Transparent, LayerTransparent);
+                if (!extended(command >> 2, length)) return {x, CutOff};
+                fill(length, colours.Transparent, LayerTransparent);
+                break;
             case 0x2:  // long colour list
-                if (!Next(operand)) return Step::CutOff;
-                return List(high * 256 + operand, LayerColour);
+                if (!next(operand)) return {x, CutOff};
+                problem = list(high * 256 + operand, LayerColour);
+                break;
             case 0x3:  // long skip
-                if (!Next(operand)) return Step::CutOff;
-                return Fill(high * 256 + operand, colours_.Transparent, LayerTransparent);
+                if (!next(operand)) return {x, CutOff};
+                fill(high * 256 + operand, colours.Transparent, LayerTransparent);
+                break;
             case 0x6:  // player colour list
-                if (!Extended(high, length)) return Step::CutOff;
-                return List(length, LayerPlayer);
+                if (!extended(high, length)) return {x, CutOff};
+                problem = list(length, LayerPlayer);
+                break;
             case 0x7:  // colour fill
-                if (!Extended(high, length) || !Next(operand)) return Step::CutOff;
-                return Fill(length, values_[operand], LayerColour);
+                if (!extended(high, length) || !next(operand)) return {x, CutOff};
+                fill(length, values[operand], LayerColour);
+                break;
             case 0xA:  // player colour fill
-                if (!Extended(high, length) || !Next(operand)) return Step::CutOff;
-                if (operand > lastPlayerByte_) return Step::BadPlayerColour;
-                return Fill(length, values_[operand + playerOffset_], LayerPlayer);
+                if (!extended(high, length) || !next(operand)) return {x, CutOff};
+                if (operand > lastPlayerByte) return {x, BadPlayerColour};
+                fill(length, values[operand + playerOffset], LayerPlayer);
+                break;
             case 0xB:  // shadow
-                if (!Extended(high, length)) return Step::CutOff;
-                return Fill(length, colours_.Shadow, LayerShadow);
+                if (!extended(high, length)) return {x, CutOff};
+                fill(length, colours.Shadow, LayerShadow);
+                break;
             case 0xE:
-                if (command == 0x4E) return Fill(1, colours_.OutlineInner, LayerOutlineInner);
-                if (command == 0x6E) return Fill(1, colours_.OutlineOuter, LayerOutlineOuter);
-                if (!Next(operand)) return Step::CutOff;
-                if (command == 0x5E) return Fill(operand, colours_.OutlineInner, LayerOutlineInner);
-                if (command == 0x7E) return Fill(operand, colours_.OutlineOuter, LayerOutlineOuter);
-                return Fill(operand, values_[playerOffset_ + high], LayerPlayer);  // player run by nibble
+                if (command == 0x4E) {
+                    fill(1, colours.OutlineInner, LayerOutlineInner);
+                } else if (command == 0x6E) {
+                    fill(1, colours.OutlineOuter, LayerOutlineOuter);
+                } else if (!next(operand)) {
+                    return {x, CutOff};
+                } else if (command == 0x5E) {
+                    fill(operand, colours.OutlineInner, LayerOutlineInner);
+                } else if (command == 0x7E) {
+                    fill(operand, colours.OutlineOuter, LayerOutlineOuter);
+                } else {
+                    fill(operand, values[playerOffset + high], LayerPlayer);  // player run by nibble
+                }
+                break;
             default:  // 0xF
-                return Step::EndOfRow;
+                return {x, nullptr};
         }
+        if (problem) return {x, problem};
     }
-
-    // A run of length pixels from x, clipped to the row.
-    Step Fill(uint32_t length, uint32_t colour, uint32_t layer) {
-        const int64_t first = std::clamp<int64_t>(x_, 0, width_);
-        const int64_t end = std::clamp<int64_t>(x_ + length, first, width_);
-        FillPixels(imageRow_ + 3 * first, static_cast<size_t>(end - first), colour);
-        FillPixels(maskRow_ + 3 * first, static_cast<size_t>(end - first), layer);
-        x_ += length;
-        return Step::Done;
-    }
-
-    // A list of one byte a pixel: a palette index, or for the player layer a player byte c that
-    // stands for palette[c + playerOffset_].
-    Step List(uint32_t length, uint32_t layer) {
-        if (!Inside(static_cast<int64_t>(at_), length, file_.size())) return Step::CutOff;
-        const uint8_t* bytes = file_.data() + at_;
-        const uint32_t offset = layer == LayerPlayer ? playerOffset_ : 0;
-        if (offset && std::any_of(bytes, bytes + length, [last = lastPlayerByte_](uint8_t c) { return c > last; })) {
-            return Step::BadPlayerColour;
-        }
-        // Only the part of the list between column 0 and the right edge shows.
-        const int64_t first = std::clamp<int64_t>(-x_, 0, length);
-        const int64_t last = std::clamp<int64_t>(width_ - x_, first, length);
-        // As in FillPixels: 4-byte stores whose last byte the next pixel overwrites, but for the last pixel.
-        uint8_t* image = imageRow_ + 3 * (x_ + first);
-        for (int64_t i = first; i + 1 < last; ++i, image += 3) std::memcpy(image, &palette_[bytes[i] + offset], 4);
-        if (first < last) std::memcpy(image, &palette_[bytes[last - 1] + offset], 3);
-        FillPixels(maskRow_ + 3 * (x_ + first), static_cast<size_t>(last - first), layer);
-        at_ += length;
-        x_ += length;
-        return Step::Done;
-    }
-
-    std::span<const uint8_t> file_;
-    size_t at_;
-    const std::array<uint32_t, 256>& values_;  // the palette's colour values
-    const MemoryPalette& palette_;             // the same in memory order
-    const LayerColours& colours_;
-    uint32_t playerOffset_;   // 16 times the player: where the team's band of the palette starts
-    uint8_t lastPlayerByte_;  // the largest player byte whose colour lies inside the palette
-    int64_t width_;
-    int64_t x_;
-    uint8_t* imageRow_;
-    uint8_t* maskRow_;
-};
+    return {x, "it has more commands than pixels"};
+}
 
 DecodeResult Damaged(int32_t row, const std::string& problem) {
     return {DecodeDamaged, "row " + std::to_string(row) + ": " + problem};
@@ -263,6 +275,7 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
     const uint8_t* bytes = file.Bytes.data();
     const MemoryPalette memoryPalette = MemoryOrderPalette(palette);
     const auto playerOffset = static_cast<uint32_t>(16 * std::clamp(colours.Player, FirstPlayer, LastPlayer));
+    const RowContext context{file.Bytes, palette, memoryPalette, colours, playerOffset, width};
     for (int32_t row = 0; row < height; ++row) {
         if (allowEscape && host.IsEscapeDown()) return endAt(row, 0, {DecodeEscaped, {}});
 
@@ -284,12 +297,11 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
         const int32_t streamAt = LoadI32(bytes + commandAt);
         if (!Inside(streamAt, 1, size)) return endAt(row, left, Damaged(row, "its commands lie outside the file"));
 
-        RowDecoder decoder(file.Bytes, static_cast<size_t>(streamAt), palette, memoryPalette, colours, playerOffset, image,
-                           mask, row, left);
-        if (std::string problem = decoder.Run(); !problem.empty()) return endAt(row, decoder.X(), Damaged(row, problem));
-        image.FillRun(decoder.X(), decoder.X() + right - 1, row, colours.Transparent);
-        mask.FillRun(decoder.X(), decoder.X() + right - 1, row, LayerTransparent);
-        const int64_t drawnTo = decoder.X() + std::max<int64_t>(right, 0);
+        const RowEnd end = DecodeRow(context, static_cast<size_t>(streamAt), left, image.RowPointer(row), mask.RowPointer(row));
+        if (end.Problem) return endAt(row, end.X, Damaged(row, end.Problem));
+        image.FillRun(end.X, end.X + right - 1, row, colours.Transparent);
+        mask.FillRun(end.X, end.X + right - 1, row, LayerTransparent);
+        const int64_t drawnTo = end.X + std::max<int64_t>(right, 0);
         image.ClearRowFrom(row, drawnTo);
         mask.ClearRowFrom(row, drawnTo);
     }

@@ -46,24 +46,54 @@ constexpr uint32_t MemoryOrder(uint32_t colour) {
     return (colour >> 16 & 0xFF) | (colour & 0xFF00) | (colour & 0xFF) << 16;
 }
 
-// Sets count pixels from p on with one colour value, touching nothing past the run. The bytes repeat
-// every 3, so 8 pixels are three 8-byte words made in registers: runs go out 24 bytes at a time, then
-// 8 at a time, and the last word ends exactly at the run's end, overlapping the one before, in the
-// word whose phase matches where it starts.
-inline void FillPixels(uint8_t* p, size_t count, uint32_t colour) {
-    const uint64_t v = MemoryOrder(colour);
-    const size_t n = 3 * count;
-    if (n < 8) {  // one or two pixels
-        for (size_t at = 0; at < n; at += 3) std::memcpy(p + at, &v, 3);
-        return;
+// Runs of pixels of one colour, written in 8-byte words and touching nothing past the run. Three bytes
+// a pixel repeat every 24 bytes, so eight pixels are three words made in registers. A run starts at a
+// pixel and ends at one, so each word's place within the pattern is fixed: a word ending at the run's
+// end, 8 bytes before it, is always the pattern's third word, and 24 bytes ending there are the three
+// in order. Every run thus needs one loop, whose exit is the only branch that depends on its length.
+struct PixelWords {
+    uint64_t Words[3];
+    explicit PixelWords(uint32_t colour) {
+        const uint64_t v = MemoryOrder(colour);
+        Words[0] = v | v << 24 | v << 48;
+        Words[1] = v >> 16 | v << 8 | v << 32 | v << 56;
+        Words[2] = v >> 8 | v << 16 | v << 40;
     }
-    // words[k] holds the pattern from byte 8k on, whose phase in its period of 3 is 8k mod 3.
-    const uint64_t words[3] = {v | v << 24 | v << 48, v >> 16 | v << 8 | v << 32 | v << 56, v >> 8 | v << 16 | v << 40};
-    size_t at = 0;
-    for (; at + 24 <= n; at += 24) std::memcpy(p + at, words, 24);
-    for (; at + 8 < n; at += 8) std::memcpy(p + at, &words[at / 8 % 3], 8);
-    const size_t last = n - 8;
-    std::memcpy(p + last, &words[(3 - last % 3) % 3], 8);
+    // Sets the n bytes from p on, n a multiple of 3.
+    void Store(uint8_t* p, size_t n) const {
+        if (n >= 24) {
+            for (size_t at = 0; at + 24 < n; at += 24) std::memcpy(p + at, Words, 24);
+            std::memcpy(p + n - 24, Words, 24);
+        } else if (n >= 8) {
+            std::memcpy(p, &Words[0], 8);
+            if (n > 16) std::memcpy(p + 8, &Words[1], 8);
+            std::memcpy(p + n - 8, &Words[2], 8);
+        } else if (n == 6) {
+            std::memcpy(p, &Words[0], 6);
+        } else if (n == 3) {
+            std::memcpy(p, &Words[0], 3);
+        }
+    }
+};
+
+// Sets count pixels from p on with one colour value, touching nothing past the run.
+inline void FillPixels(uint8_t* p, size_t count, uint32_t colour) { PixelWords(colour).Store(p, 3 * count); }
+
+// The same run in two surfaces at once, such as a frame's colours and its layer codes.
+inline void FillPixelPair(uint8_t* first, uint32_t firstColour, uint8_t* second, uint32_t secondColour, size_t count) {
+    const PixelWords a(firstColour), b(secondColour);
+    const size_t n = 3 * count;
+    if (n >= 24) {
+        for (size_t at = 0; at + 24 < n; at += 24) {
+            std::memcpy(first + at, a.Words, 24);
+            std::memcpy(second + at, b.Words, 24);
+        }
+        std::memcpy(first + n - 24, a.Words, 24);
+        std::memcpy(second + n - 24, b.Words, 24);
+    } else {
+        a.Store(first, n);
+        b.Store(second, n);
+    }
 }
 
 struct [[nodiscard]] SavePictureResult {
