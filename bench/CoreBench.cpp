@@ -520,7 +520,7 @@ void RegisterAll() {
     })->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3);
     for (int jobs : {2, 1}) {
         RegisterBenchmark(("convert 200 sprites, jobs " + std::to_string(jobs)).c_str(), ConvertOnJobs, jobs)
-            ->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(3);
+            ->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Repetitions(5);
     }
 }
 
