@@ -312,7 +312,8 @@ void MainForm::CreateControls() {
         for (; steps > 0; --steps) menu_image_zoomin_Click();
         for (; steps < 0; ++steps) menu_image_zoomout_Click();
     });
-    // ESC stops the animation wherever the focus is; the key still reaches the focused control too.
+    // ESC stops the animation wherever the focus is. (A decode asks the keyboard itself, so ESC
+    // still cuts a long one short.)
     auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
     escape->setContext(Qt::WindowShortcut);
     connect(escape, &QShortcut::activated, this, &MainForm::StopAnimation);

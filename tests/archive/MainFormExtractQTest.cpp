@@ -61,12 +61,15 @@ private slots:
         QCOMPARE(desktop->Boxes.size(), size_t{1});
     }
 
-    void escapeStopsBetweenEntries() {
+    void escapeStopsBetweenEntriesAndTheStatusSaysHowFarItIs() {
         Open(archivePath);
+        std::vector<std::string> status;
+        desktop->WhenEscapeAsked = [&] { status.push_back(Str(form->StatusText->text())); };
         desktop->EscapeFromAsk = 4;
         QCOMPARE(ExtractTo(At("out")), "Stopped after 3 of 9 entries. 3 of 9 entries written to " + At("out") + ".");
         QVERIFY(fs::exists(At("out/01-SLP/1002.slp")));
         QVERIFY(!fs::exists(At("out/01-SLP/1003.slp")));
+        QCOMPARE(status.at(1), "Extracting 1 of 9...");  // asked before the second entry
     }
 
     void failuresAreListedAndTheArchiveIsNeverWritten() {

@@ -3,6 +3,7 @@
 // the window asked for.
 
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,6 +26,7 @@ public:
     bool EscapeHeld = false;
     int EscapeFromAsk = 0;  // above 0: ESC goes down at that ask of IsDown and stays down
     int EscapeAsks = 0;
+    std::function<void()> WhenEscapeAsked;  // to look at the window in the middle of its work
     int ClipboardPuts = 0;
 
     Platform Services() { return {*this, *this, *this, *this, *this}; }
@@ -46,7 +48,10 @@ public:
         return answer;
     }
     void PlayInBackground(const std::string& path) override { Sounds.push_back(path); }
-    bool IsDown() override { return EscapeHeld || (EscapeFromAsk > 0 && ++EscapeAsks >= EscapeFromAsk); }
+    bool IsDown() override {
+        if (WhenEscapeAsked) WhenEscapeAsked();
+        return EscapeHeld || (EscapeFromAsk > 0 && ++EscapeAsks >= EscapeFromAsk);
+    }
     bool PutBitmap(const cDIBSection&) override { return ++ClipboardPuts, true; }
 
 private:
