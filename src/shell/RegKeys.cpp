@@ -254,11 +254,13 @@ std::string ReadRegistryValue(uint32_t root, std::string_view keyPath, std::stri
     std::vector<uint8_t> bytes;
     if (file.empty() || !ReadWholeFile(file, MaxRegistryFileBytes, bytes)) return {};
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    size_t keyStart = FindKey(text, keyPath);
-    const std::string wowPath = keyStart == std::string_view::npos ? Wow6432NodePath(keyPath) : std::string();
-    if (!wowPath.empty()) keyStart = FindKey(text, wowPath);
-    if (keyStart == std::string_view::npos) return {};  // the key does not open
-    const auto data = FindValue(text, keyStart, valueName);
+    // Value by value, the 32-bit view first: it is what a 32-bit program sees in a 64-bit prefix, and
+    // where a 32-bit installer writes. The key as named serves a value that view lacks.
+    std::optional<std::string_view> data;
+    for (const std::string& path : {Wow6432NodePath(keyPath), std::string(keyPath)}) {
+        const size_t keyStart = path.empty() ? std::string_view::npos : FindKey(text, path);
+        if (keyStart != std::string_view::npos && (data = FindValue(text, keyStart, valueName))) break;
+    }
     const auto value = data ? ReadValueData(*data) : std::nullopt;
     return value ? TextOfValue(*value) : std::string();
 }

@@ -10,8 +10,9 @@ inline constexpr uint32_t HKEY_CURRENT_USER = 0x80000001;
 inline constexpr uint32_t HKEY_LOCAL_MACHINE = 0x80000002;
 
 // Behaves like opening the key, querying the value into a 1024-byte buffer and closing the key.
-// Key and value names match without regard to ASCII case; a key missing under "Software\" is also
-// looked for under "Software\Wow6432Node\", where a 32-bit installer in a 64-bit prefix puts it.
+// Key and value names match without regard to ASCII case. A value under "Software\" is looked for
+// first under "Software\Wow6432Node\", where a 32-bit installer in a 64-bit prefix puts it, then
+// under the key as named: value by value, so a key there with other values doesn't hide it.
 // Strings (expandable ones unexpanded) come back as UTF-8 up to their first NUL, DWORDs as signed
 // decimal. Returns empty text when anything fails, for other value types, and for a value that
 // does not fit the buffer (its UTF-8 bytes plus a terminating NUL over 1024).

@@ -87,7 +87,12 @@ bool cDIBSection::CreateDIB(int32_t lWidth, int32_t lheight, bool zeroed) {
     Info.biBitCount = 24;
     Info.biCompression = 0;
     const int64_t pixels = int64_t{lWidth} * lheight;
-    if (lWidth <= 0 || lheight <= 0 || pixels > MaxSurfacePixels) return false;
+    if (lWidth <= 0 || lheight <= 0 || pixels > MaxSurfacePixels) {
+        // Info keeps the size asked for, but no pixels stand under it: every drawing call finds nothing.
+        bits_.clear();
+        stride_ = 0;
+        return false;
+    }
     stride_ = static_cast<size_t>(BytesPerScanLine());
     Info.biSizeImage = static_cast<uint32_t>(static_cast<size_t>(lheight) * stride_);
     bits_.assign(Info.biSizeImage, zeroed);
