@@ -1,0 +1,87 @@
+#!/usr/bin/env bash
+# Measures what the tests catch: plants each fault of a list, one at a time, in a scratch copy of the
+# tree, builds it as `make test` does, runs the tests, and says which faults no test caught.
+#
+#   scripts/mutants.sh [LIST] [FILTER]
+#
+# LIST (default tests/mutants.txt) holds a fault a line, fields divided by tabs:
+#   file:line   text on that line   what it becomes
+# The line number is a hint: when the code has moved, the text is looked for in the whole file, and
+# must stand there once. '#' starts a comment line. FILTER, a grep pattern, picks some lines only.
+#
+# Prints a line per fault (caught, MISSED, or stale when its text is gone, or no build when the fault
+# doesn't compile) and the score; the missed ones also go to build/mutants/missed.txt and the caught
+# ones to build/mutants/caught.txt. The working tree is never touched.
+
+set -euo pipefail
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+list=${1:-$root/tests/mutants.txt}
+filter=${2:-}
+work=$root/build/mutants
+copy=$work/tree
+build=$work/build
+jobs=${JOBS:-$(nproc)}
+
+[ -f "$list" ] || { echo "mutants.sh: $list: no such list" >&2; exit 2; }
+mkdir -p "$work"
+rm -rf "$copy" && mkdir -p "$copy"
+tar -C "$root" --exclude=./build --exclude=./.git -cf - . | tar -C "$copy" -xf -  # mtimes kept: no needless rebuild
+if [ ! -f "$build/build.ninja" ]; then
+  cmake -S "$copy" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBRINDLE_SANITIZE=ON >/dev/null
+fi
+echo "building the unchanged tree..."
+cmake --build "$build" -j "$jobs" >/dev/null
+(cd "$build" && ctest -j "$jobs" --timeout 300 >/dev/null) || { echo "mutants.sh: the tests fail without a fault planted" >&2; exit 1; }
+
+: >"$work/caught.txt"
+: >"$work/missed.txt"
+caught=0 missed=0 stale=0 unbuilt=0
+
+# Replaces the first `from` on line `at` of file (1-based); false when the line doesn't hold it.
+plant() {
+  local file=$1 at=$2 from=$3 to=$4
+  mapfile -t lines <"$file"
+  local line=${lines[at - 1]-}
+  [[ $line == *"$from"* ]] || return 1
+  lines[at - 1]=${line/"$from"/"$to"}
+  printf '%s\n' "${lines[@]}" >"$file"
+}
+
+while IFS=$'\t' read -r place from to; do
+  [[ -z $place || $place == \#* ]] && continue
+  [[ -n $filter ]] && ! grep -q -- "$filter" <<<"$place	$from	$to" && continue
+  file=${place%%:*}
+  hint=${place##*:}
+  target=$copy/$file
+  if [ ! -f "$target" ]; then
+    echo "stale     $place (no such file)"; stale=$((stale + 1)); continue
+  fi
+  at=$hint
+  if ! sed -n "${hint}p" "$target" | grep -qF -- "$from"; then
+    mapfile -t found < <(grep -nF -- "$from" "$target" | cut -d: -f1)
+    if [ "${#found[@]}" -ne 1 ]; then
+      echo "stale     $place: '$from' stands ${#found[@]} times"; stale=$((stale + 1)); continue
+    fi
+    at=${found[0]}
+  fi
+  cp -p "$target" "$work/original"
+  plant "$target" "$at" "$from" "$to"
+  verdict=
+  if ! cmake --build "$build" -j "$jobs" >/dev/null 2>&1; then
+    verdict="no build"; unbuilt=$((unbuilt + 1))
+  elif (cd "$build" && ctest -j "$jobs" --timeout 300 --stop-on-failure >/dev/null 2>&1); then
+    verdict="MISSED"; missed=$((missed + 1)); printf '%s\t%s\t%s\n' "$file:$at" "$from" "$to" >>"$work/missed.txt"
+  else
+    verdict="caught"; caught=$((caught + 1)); printf '%s\t%s\t%s\n' "$file:$at" "$from" "$to" >>"$work/caught.txt"
+  fi
+  cp "$work/original" "$target"
+  touch "$target"  # newer than what the fault built, so the next build takes it back
+  printf '%-9s %s: %s -> %s\n' "$verdict" "$file:$at" "$from" "$to"
+done <"$list"
+
+cmake --build "$build" -j "$jobs" >/dev/null 2>&1 || true
+total=$((caught + missed))
+echo
+echo "caught $caught of $total faults$([ $total -gt 0 ] && echo " ($((100 * caught / total)) %)"); $stale stale, $unbuilt did not build"
+echo "missed: $work/missed.txt"
