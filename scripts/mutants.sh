@@ -48,7 +48,8 @@ plant() {
   printf '%s\n' "${lines[@]}" >"$file"
 }
 
-while IFS=$'\t' read -r place from to; do
+# The list comes in on descriptor 3: the builds and the tests get no standard input of the list's.
+while IFS=$'\t' read -r -u 3 place from to; do
   [[ -z $place || $place == \#* ]] && continue
   [[ -n $filter ]] && ! grep -q -- "$filter" <<<"$place	$from	$to" && continue
   file=${place%%:*}
@@ -78,7 +79,7 @@ while IFS=$'\t' read -r place from to; do
   cp "$work/original" "$target"
   touch "$target"  # newer than what the fault built, so the next build takes it back
   printf '%-9s %s: %s -> %s\n' "$verdict" "$file:$at" "$from" "$to"
-done <"$list"
+done 3<"$list" </dev/null
 
 cmake --build "$build" -j "$jobs" >/dev/null 2>&1 || true
 total=$((caught + missed))
