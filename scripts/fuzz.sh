@@ -2,7 +2,7 @@
 # Runs every fuzz target of build/fuzz for FUZZ_SECONDS seconds each (default 60), with 512 MB of memory
 # and 1 s per input (FUZZ_TARGETS="Sprite Palette" runs only those), starting from seeds made by the test writers, and prints what each run did.
 # Corpora grow in build/fuzz/corpus/; inputs that crashed land in build/fuzz/crashes/<target>/ and
-# belong, once fixed, in tests/data/fuzz/<target>/.
+# belong, once fixed, in fuzz/crashes/<target>/.
 set -euo pipefail
 
 build=build/fuzz

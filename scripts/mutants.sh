@@ -4,20 +4,23 @@
 #
 #   scripts/mutants.sh [LIST] [FILTER]
 #
-# LIST (default tests/mutants.txt) holds a fault a line, fields divided by tabs:
+# LIST (default scripts/mutants.txt) holds a fault a line, fields divided by tabs:
 #   file:line   text on that line   what it becomes
 # The line number is a hint: when the code has moved, the text is looked for in the whole file, and
 # must stand there once. '#' starts a comment line. FILTER, a grep pattern, picks some lines only.
 #
 # Prints a line per fault (caught, MISSED, or stale when its text is gone, or no build when the fault
 # doesn't compile) and the score; the missed ones also go to build/mutants/missed.txt and the caught
-# ones to build/mutants/caught.txt. The working tree is never touched.
+# ones to build/mutants/caught.txt. A missed fault that scripts/mutants-caught.txt lists (the faults
+# the tests caught when the list was first run, kept so that a change of the tests can't lose one
+# unseen) is LOST, and the script then exits 1. The working tree is never touched.
 
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
-list=${1:-$root/tests/mutants.txt}
+list=${1:-$root/scripts/mutants.txt}
 filter=${2:-}
+kept=$root/scripts/mutants-caught.txt
 work=$root/build/mutants
 copy=$work/tree
 build=$work/build
@@ -36,7 +39,7 @@ cmake --build "$build" -j "$jobs" >/dev/null
 
 : >"$work/caught.txt"
 : >"$work/missed.txt"
-caught=0 missed=0 stale=0 unbuilt=0
+caught=0 missed=0 stale=0 unbuilt=0 lost=0
 
 # Replaces the first `from` on line `at` of file (1-based); false when the line doesn't hold it.
 plant() {
@@ -73,6 +76,9 @@ while IFS=$'\t' read -r -u 3 place from to; do
     verdict="no build"; unbuilt=$((unbuilt + 1))
   elif (cd "$build" && ctest -j "$jobs" --timeout 300 --stop-on-failure >/dev/null 2>&1); then
     verdict="MISSED"; missed=$((missed + 1)); printf '%s\t%s\t%s\n' "$file:$at" "$from" "$to" >>"$work/missed.txt"
+    if [ -f "$kept" ] && sed 's/:[0-9]*\t/\t/' "$kept" | grep -qxF -- "$file	$from	$to"; then
+      verdict="LOST"; lost=$((lost + 1))
+    fi
   else
     verdict="caught"; caught=$((caught + 1)); printf '%s\t%s\t%s\n' "$file:$at" "$from" "$to" >>"$work/caught.txt"
   fi
@@ -86,3 +92,4 @@ total=$((caught + missed))
 echo
 echo "caught $caught of $total faults$([ $total -gt 0 ] && echo " ($((100 * caught / total)) %)"); $stale stale, $unbuilt did not build"
 echo "missed: $work/missed.txt"
+[ "$lost" -eq 0 ] || { echo "$lost of them caught once and LOST since"; exit 1; }
