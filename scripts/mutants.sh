@@ -14,6 +14,9 @@
 # ones to build/mutants/caught.txt. A missed fault that scripts/mutants-caught.txt lists (the faults
 # the tests caught when the list was first run, kept so that a change of the tests can't lose one
 # unseen) is LOST, and the script then exits 1. The working tree is never touched.
+#
+# To try a few faults against some tests only: TARGETS="cli_tests brindle-cli" builds just those
+# targets, and TESTS (a ctest -R pattern) runs just the tests that match.
 
 set -euo pipefail
 
@@ -25,6 +28,8 @@ work=$root/build/mutants
 copy=$work/tree
 build=$work/build
 jobs=${JOBS:-$(nproc)}
+read -ra targets <<<"${TARGETS:-all}"
+only=(${TESTS:+-R "$TESTS"})
 
 [ -f "$list" ] || { echo "mutants.sh: $list: no such list" >&2; exit 2; }
 mkdir -p "$work"
@@ -34,8 +39,8 @@ if [ ! -f "$build/build.ninja" ]; then
   cmake -S "$copy" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBRINDLE_SANITIZE=ON >/dev/null
 fi
 echo "building the unchanged tree..."
-cmake --build "$build" -j "$jobs" >/dev/null
-(cd "$build" && ctest -j "$jobs" --timeout 300 >/dev/null) || { echo "mutants.sh: the tests fail without a fault planted" >&2; exit 1; }
+cmake --build "$build" -j "$jobs" --target "${targets[@]}" >/dev/null
+(cd "$build" && ctest -j "$jobs" --timeout 300 "${only[@]}" >/dev/null) || { echo "mutants.sh: the tests fail without a fault planted" >&2; exit 1; }
 
 : >"$work/caught.txt"
 : >"$work/missed.txt"
@@ -72,9 +77,9 @@ while IFS=$'\t' read -r -u 3 place from to; do
   cp -p "$target" "$work/original"
   plant "$target" "$at" "$from" "$to"
   verdict=
-  if ! cmake --build "$build" -j "$jobs" >/dev/null 2>&1; then
+  if ! cmake --build "$build" -j "$jobs" --target "${targets[@]}" >/dev/null 2>&1; then
     verdict="no build"; unbuilt=$((unbuilt + 1))
-  elif (cd "$build" && ctest -j "$jobs" --timeout 300 --stop-on-failure >/dev/null 2>&1); then
+  elif (cd "$build" && ctest -j "$jobs" --timeout 300 --stop-on-failure "${only[@]}" >/dev/null 2>&1); then
     verdict="MISSED"; missed=$((missed + 1)); printf '%s\t%s\t%s\n' "$file:$at" "$from" "$to" >>"$work/missed.txt"
     if [ -f "$kept" ] && sed 's/:[0-9]*\t/\t/' "$kept" | grep -qxF -- "$file	$from	$to"; then
       verdict="LOST"; lost=$((lost + 1))
@@ -87,7 +92,7 @@ while IFS=$'\t' read -r -u 3 place from to; do
   printf '%-9s %s: %s -> %s\n' "$verdict" "$file:$at" "$from" "$to"
 done 3<"$list" </dev/null
 
-cmake --build "$build" -j "$jobs" >/dev/null 2>&1 || true
+cmake --build "$build" -j "$jobs" --target "${targets[@]}" >/dev/null 2>&1 || true
 total=$((caught + missed))
 echo
 echo "caught $caught of $total faults$([ $total -gt 0 ] && echo " ($((100 * caught / total)) %)"); $stale stale, $unbuilt did not build"
