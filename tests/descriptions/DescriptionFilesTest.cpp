@@ -20,9 +20,8 @@ using Descriptions = std::vector<ResourceDescription>;
 
 TEST(BuildRowTextTest, LetterAndTechLevelBeforeTheText) {
     const struct { std::array<int32_t, 3> Choices; std::string_view Text, Row; } cases[] = {
-        {{2, 3, 1}, "gate", "M/T3: gate"},  {{6, 0, 9}, "", "F: "},      {{0, 4, 0}, "café", "T4: café"},
-        {{0, 0, 5}, " as typed ", " as typed "}, {{0, 0, 0}, "", ""},   {{1, 1, 0}, "x", "D/T1: x"},
-        {{7, 2, 0}, "past the list", "T2: past the list"},             {{-1, 0, 0}, "y", "y"},
+        {{2, 3, 1}, "gate", "M/T3: gate"}, {{6, 0, 9}, "", "F: "},           {{0, 4, 0}, "café", "T4: café"},
+        {{0, 0, 5}, " as typed ", " as typed "}, {{7, 2, 0}, "past the list", "T2: past the list"}, {{-1, 0, 0}, "y", "y"},
     };
     for (const auto& c : cases) EXPECT_EQ(BuildRowText({c.Choices, std::string(c.Text)}), c.Row) << c.Text;
 }
@@ -66,29 +65,22 @@ struct DescriptionFileTest : testing::Test {
     }
 };
 
-TEST_F(DescriptionFileTest, SaveWritesACrLfLineForEachDescribedRow) {
+TEST_F(DescriptionFileTest, SaveWritesADescribedRowALineAndLoadPutsThemBack) {
     WriteFileText(dir / "d.dsc", "an older file");
+    Describe({{{1, 0, 0}, " "}, {{2, 3, 1}, " café @ x "}, {}, {{0, 0, 9}, ""}, {{0, 0, 2}, "second table"}, {},
+              {{6, 4, 0}, "ok"}});
     ASSERT_TRUE(SaveDescriptionFile(dir / "d.dsc"));
-    EXPECT_EQ(Saved(), "");
-    Describe({{{0, 0, 0}, " "}, {{2, 3, 1}, "  café @ x  "}, {}, {{0, 0, 9}, ""}, {}, {}, {{6, 4, 0}, "ok"}});
-    ASSERT_TRUE(SaveDescriptionFile(dir / "d.dsc"));
-    EXPECT_EQ(Saved(), "0@0@0@0@\r\n12@2@3@1@caf\xE9 @ x\r\n-7@0@0@9@\r\n-2147483648@6@4@0@ok\r\n");
-
+    EXPECT_EQ(Saved(), "0@1@0@0@\r\n12@2@3@1@caf\xE9 @ x\r\n-7@0@0@9@\r\n0@0@0@2@second table\r\n"
+                       "-2147483648@6@4@0@ok\r\n");
     EXPECT_FALSE(SaveDescriptionFile(dir / "no such folder/d.dsc"));
-    EXPECT_FALSE(SaveDescriptionFile(dir.Path()));
-}
 
-TEST_F(DescriptionFileTest, RoundTripKeepsWhatTheFormatCarries) {
-    Describe({{{1, 0, 0}, "first table"}, {{2, 3, 1}, " café "}, {{0, 1, 0}, "a"}, {{0, 0, 0}, "   "},
-              {{0, 0, 2}, "second table"}, {{3, 0, 0}, "b"}, {{6, 4, 9}, "x@y"}});
-    ASSERT_TRUE(SaveDescriptionFile(dir / "d.dsc"));
     Describe(Descriptions(ids.size()));
     ASSERT_TRUE(LoadDescriptionFile(dir / "d.dsc", host));
-    // Every line of id 0 lands on the first heading and each line of id 100 on the first 100: the later wins.
-    EXPECT_EQ(Held(), (Descriptions{{{0, 0, 2}, "second table"}, {{2, 3, 1}, "café"}, {{3, 0, 0}, "b"}, {}, {}, {},
-                                    {{6, 4, 9}, "x"}}));
-    EXPECT_EQ(RowTexts(), (std::vector<std::string>{"second table", "M/T3: café", "I: b", "", "--SLP--", "100",
-                                                    "F/T4: x"}));
+    // Both lines of id 0 land on the first heading, the later winning. A text is trimmed as it is saved,
+    // not as it is read, and "@" ends it: "café @ x" reads back as "café ".
+    EXPECT_EQ(Held(), (Descriptions{{{0, 0, 2}, "second table"}, {{2, 3, 1}, "café "}, {}, {{0, 0, 9}, ""}, {}, {},
+                                    {{6, 4, 0}, "ok"}}));
+    EXPECT_EQ(RowTexts(), (std::vector<std::string>{"second table", "M/T3: café ", "100", "", "--SLP--", "100", "F/T4: ok"}));
     EXPECT_EQ(host.ListVisibleHistory, (std::vector<bool>{false, true}));
 }
 
@@ -96,17 +88,13 @@ TEST_F(DescriptionFileTest, OddLinesAreReadByTheirLeadingNumbers) {
     const ResourceDescription before{{1, 1, 1}, "before"};
     const struct { std::string_view Line; int Row; ResourceDescription After; } cases[] = {
         {"12@1@2", -1, {}},
-        {"", -1, {}},
         {"12@1@2@3@a@b@c", 1, {{1, 2, 3}, "a"}},
         {"no number@1@0@0@t", 0, {{1, 0, 0}, "t"}},
-        {"12abc@0@0@0@", 1, {}},
         {"  +12@0@0@0@ kept blanks ", 1, {{0, 0, 0}, " kept blanks "}},
         {"-7@6@4@9@t", 3, {{6, 4, 9}, "t"}},
-        {"-2147483648@0@0@0@min", 6, {{0, 0, 0}, "min"}},
         {"4294967308@1@1@1@would wrap to 12", -1, {}},
         {"12@7@5@10@past every list", 1, {{0, 0, 0}, "past every list"}},
         {"12@-1@ 3x@4294967297@t", 1, {{0, 3, 0}, "t"}},
-        {"5@1@1@1@nobody", -1, {}},
         {"12@1@1@1@caf\xE9\x80\r", 1, {{1, 1, 1}, "café€\r"}},
     };
     for (const auto& c : cases) {

@@ -18,22 +18,16 @@ void AppendBytes(Bytes& bytes, std::span<const uint8_t> more) { bytes.insert(byt
 
 int32_t At(const Bytes& bytes) { return static_cast<int32_t>(bytes.size()); }
 
-}  // namespace
-
-void PutI16(Bytes& bytes, size_t offset, int16_t value) {
-    if (bytes.size() < offset + 2) bytes.resize(offset + 2);
-    const auto v = static_cast<uint16_t>(value);
-    bytes[offset] = static_cast<uint8_t>(v);
-    bytes[offset + 1] = static_cast<uint8_t>(v >> 8);
+void AppendI16(Bytes& bytes, int16_t value) {
+    bytes.insert(bytes.end(), {static_cast<uint8_t>(value), static_cast<uint8_t>(static_cast<uint16_t>(value) >> 8)});
 }
+
+}  // namespace
 
 void PutI32(Bytes& bytes, size_t offset, int32_t value) {
     if (bytes.size() < offset + 4) bytes.resize(offset + 4);
-    const auto v = static_cast<uint32_t>(value);
-    for (size_t i = 0; i < 4; ++i) bytes[offset + i] = static_cast<uint8_t>(v >> (8 * i));
+    for (size_t i = 0; i < 4; ++i) bytes[offset + i] = static_cast<uint8_t>(static_cast<uint32_t>(value) >> (8 * i));
 }
-
-void AppendI16(Bytes& bytes, int16_t value) { PutI16(bytes, bytes.size(), value); }
 
 void AppendI32(Bytes& bytes, int32_t value) { PutI32(bytes, bytes.size(), value); }
 
@@ -47,20 +41,11 @@ std::array<char, 4> StoredTag(std::string_view name, char first) {
 
 Bytes WriteArchive(const ArchiveFixture& archive, ArchiveLayout* layout) {
     // The copyright block: the magic, then padding up to the header.
-    std::string_view magic;
-    size_t headerAt = 40;
-    switch (archive.Kind) {
-    case Flavour::Year2001:
-        magic = "Copyright (c) 2001 Quillmark";
-        headerAt = 60;
-        break;
-    case Flavour::Year1997:
-        magic = "Copyright (c) 1997 Sandbank ";
-        break;
-    case Flavour::Unknown:
-        magic = "Resource pack, home-made v2.";
-        break;
-    }
+    const bool year2001 = archive.Kind == Flavour::Year2001;
+    const std::string_view magic = year2001                            ? "Copyright (c) 2001 Quillmark"
+                                   : archive.Kind == Flavour::Year1997 ? "Copyright (c) 1997 Sandbank "
+                                                                       : "Resource pack, home-made v2.";
+    const size_t headerAt = year2001 ? 60 : 40;
     Bytes bytes;
     AppendText(bytes, magic, headerAt);
 
@@ -141,15 +126,9 @@ Bytes WriteSprite(const std::vector<FrameFixture>& frames, std::string_view vers
             streams.push_back(streamAt);
         }
 
-        const size_t record = frameTableAt + 32 * f;
-        PutI32(bytes, record + 0, commandsAt);
-        PutI32(bytes, record + 4, outlineAt);
-        PutI32(bytes, record + 8, frame.PaletteOffset);
-        PutI32(bytes, record + 12, frame.Properties);
-        PutI32(bytes, record + 16, frame.Width);
-        PutI32(bytes, record + 20, frame.Height);
-        PutI32(bytes, record + 24, frame.HotspotX);
-        PutI32(bytes, record + 28, frame.HotspotY);
+        const int32_t record[] = {commandsAt,   outlineAt,    frame.PaletteOffset, frame.Properties,
+                                  frame.Width, frame.Height, frame.HotspotX,      frame.HotspotY};
+        for (size_t i = 0; i < 8; ++i) PutI32(bytes, frameTableAt + 32 * f + 4 * i, record[i]);
 
         where.OutlineTableAt.push_back(outlineAt);
         where.CommandTableAt.push_back(commandsAt);

@@ -14,12 +14,8 @@ namespace fixtures {
 using Bytes = std::vector<uint8_t>;
 
 // Little-endian stores into a byte vector, growing it as needed; for patching fixtures.
-void PutI16(Bytes& bytes, size_t offset, int16_t value);
 void PutI32(Bytes& bytes, size_t offset, int32_t value);
-void AppendI16(Bytes& bytes, int16_t value);
 void AppendI32(Bytes& bytes, int32_t value);
-
-// ---- DRS archives ----------------------------------------------------------------------------
 
 enum class Flavour { Year2001, Year1997, Unknown };
 
@@ -53,25 +49,17 @@ struct ArchiveLayout {
 // Magic, header, table records, entry records, then the entries' data, in that order.
 Bytes WriteArchive(const ArchiveFixture& contents, ArchiveLayout* layout = nullptr);
 
-// ---- SLP sprites -----------------------------------------------------------------------------
-
 inline constexpr int16_t BlankRow = -32768;
 
 // One row: its margins and its command stream, end-of-row byte included. A row whose Left is
 // BlankRow gets no stream, and its command table entry is 0.
 struct RowFixture {
-    int16_t Left = 0;
-    int16_t Right = 0;
+    int16_t Left = 0, Right = 0;
     Bytes Commands;
 };
 
 struct FrameFixture {
-    int32_t Width = 0;
-    int32_t Height = 0;
-    int32_t HotspotX = 0;
-    int32_t HotspotY = 0;
-    int32_t PaletteOffset = 0;
-    int32_t Properties = 0;
+    int32_t Width = 0, Height = 0, HotspotX = 0, HotspotY = 0, PaletteOffset = 0, Properties = 0;
     std::vector<RowFixture> Rows;  // Height rows
 };
 
@@ -95,8 +83,7 @@ struct ArtPixel {
 };
 
 struct Art {
-    int32_t Width = 0;
-    int32_t Height = 0;
+    int32_t Width = 0, Height = 0;
     std::vector<ArtPixel> Pixels;  // row by row from the top
 
     Art() = default;
@@ -120,8 +107,6 @@ std::vector<uint32_t> ExpectedMask(const Art& art);
 // then hold what was drawn before. A Height below 1 decodes to no pixels.
 bool ReferenceDecode(std::span<const uint8_t> slp, int32_t frame, std::span<const uint32_t, 256> palette,
                      std::vector<uint32_t>& image, std::vector<uint32_t>& mask);
-
-// ---- palettes and WAV sounds ----------------------------------------------------------------
 
 // "JASC-PAL", version, count, then one "R G B" line per colour value, each line ending in CR LF.
 std::string WriteJascPal(std::span<const uint32_t> colours, std::string_view version = "0100",
