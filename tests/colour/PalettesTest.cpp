@@ -5,6 +5,7 @@
 
 #include "RecordingHost.h"
 #include "Writers.h"
+#include "colour/Colours.h"
 #include "colour/Palettes.h"
 
 using namespace fixtures;
@@ -71,6 +72,13 @@ TEST_F(PaletteTest, BadFilesAreRefusedOrStopWithTheEntriesReadSoFar) {
     host.Messages.clear();
     EXPECT_EQ(LoadPalette(dir / "missing.pal", host).State, PaletteLoad::Failed);
     EXPECT_TRUE(host.Messages.empty());  // a failure leaves its box to the caller
+}
+
+TEST(ColourChoicesTest, StartAsTheWindowFirstDrawsThem) {
+    MaskColour = ShadowColour = OutlineInnerColour = OutlineOuterColour = 0x123456;
+    ResetColourChoices();
+    EXPECT_EQ(std::vector({MaskColour, ShadowColour, OutlineInnerColour, OutlineOuterColour}),
+              std::vector<uint32_t>({RGB(0, 0, 0), RGB(127, 127, 127), RGB(0, 0, 255), RGB(255, 255, 0)}));
 }
 
 // ---- palette files of other programs -----------------------------------------------------------------
