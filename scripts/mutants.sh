@@ -17,6 +17,10 @@
 #
 # To try a few faults against some tests only: TARGETS="cli_tests brindle-cli" builds just those
 # targets, and TESTS (a ctest -R pattern) runs just the tests that match.
+#
+# KILLS=1 runs every test on every fault instead of stopping at the first failure, and writes to
+# build/mutants/kills.txt the fault and, after a tab, the tests that caught it (a window test by its
+# test function): the map to read before cutting tests, to see which fault only one test catches.
 
 set -euo pipefail
 
@@ -44,6 +48,9 @@ cmake --build "$build" -j "$jobs" --target "${targets[@]}" >/dev/null
 
 : >"$work/caught.txt"
 : >"$work/missed.txt"
+[ -n "${KILLS:-}" ] && : >"$work/kills.txt"
+stop=(--stop-on-failure)
+[ -n "${KILLS:-}" ] && stop=()
 caught=0 missed=0 stale=0 unbuilt=0 lost=0
 
 # Replaces the first `from` on line `at` of file (1-based); false when the line doesn't hold it.
@@ -54,6 +61,18 @@ plant() {
   [[ $line == *"$from"* ]] || return 1
   lines[at - 1]=${line/"$from"/"$to"}
   printf '%s\n' "${lines[@]}" >"$file"
+}
+
+# The tests of the last run that failed: GoogleTest cases by their name, window tests by their failed
+# functions (the program's name alone when it died before saying which).
+failed_tests() {
+  local log=$build/Testing/Temporary
+  {
+    grep -oE '^FAIL!  : [A-Za-z0-9_]+::[A-Za-z0-9_]+' "$log/LastTest.log" | cut -c10-
+    cut -d: -f2- "$log/LastTestsFailed.log" | while read -r name; do
+      grep -q "^FAIL!  : ${name%QTest}Test::" "$log/LastTest.log" || echo "$name"
+    done
+  } | sort -u | tr '\n' ' '
 }
 
 # The list comes in on descriptor 3: the builds and the tests get no standard input of the list's.
@@ -79,13 +98,14 @@ while IFS=$'\t' read -r -u 3 place from to; do
   verdict=
   if ! cmake --build "$build" -j "$jobs" --target "${targets[@]}" >/dev/null 2>&1; then
     verdict="no build"; unbuilt=$((unbuilt + 1))
-  elif (cd "$build" && ctest -j "$jobs" --timeout 300 --stop-on-failure "${only[@]}" >/dev/null 2>&1); then
+  elif (cd "$build" && ctest -j "$jobs" --timeout 300 "${stop[@]}" "${only[@]}" >/dev/null 2>&1); then
     verdict="MISSED"; missed=$((missed + 1)); printf '%s\t%s\t%s\n' "$file:$at" "$from" "$to" >>"$work/missed.txt"
     if [ -f "$kept" ] && sed 's/:[0-9]*\t/\t/' "$kept" | grep -qxF -- "$file	$from	$to"; then
       verdict="LOST"; lost=$((lost + 1))
     fi
   else
     verdict="caught"; caught=$((caught + 1)); printf '%s\t%s\t%s\n' "$file:$at" "$from" "$to" >>"$work/caught.txt"
+    [ -n "${KILLS:-}" ] && printf '%s\t%s\t%s\t%s\n' "$file:$at" "$from" "$to" "$(failed_tests)" >>"$work/kills.txt"
   fi
   cp "$work/original" "$target"
   touch "$target"  # newer than what the fault built, so the next build takes it back
