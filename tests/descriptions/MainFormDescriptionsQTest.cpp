@@ -32,49 +32,37 @@ private slots:
     void init() { SetUp(); }
     void cleanup() { TearDown(); }
 
-    void editingRewritesTheRow_data() {
-        QTest::addColumn<int>("civ");
-        QTest::addColumn<int>("tech");
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("row");
-        QTest::newRow("both") << 2 << 3 << 1 << "gate" << "M/T3: gate";
-        QTest::newRow("civilisation only") << 6 << 0 << 0 << "" << "F: ";
-        QTest::newRow("tech only") << 0 << 4 << 9 << "  walk " << "T4:   walk ";
-        QTest::newRow("text only") << 0 << 0 << 5 << "café" << "café";
-        QTest::newRow("kind only") << 0 << 0 << 7 << "" << "";
-    }
-
     void editingRewritesTheRow() {
-        QFETCH(int, civ);
-        QFETCH(int, tech);
-        QFETCH(int, kind);
-        QFETCH(QString, text);
-        QFETCH(QString, row);
-        OpenAndSelect(Flag);
-        QCOMPARE(RowText(Flag), "1001");
-        QCOMPARE(Shown(), (std::vector<int>{0, 0, 0}));
-        Pick(2, kind);
-        Pick(1, tech);
-        Pick(0, civ);
-        form->RenameTextBox->setText(text);
-        QCOMPARE(QString::fromStdString(RowText(Flag)), row);
-        const ResourceDescription& stored = DRSCatalogue[Flag].Description;
-        QCOMPARE(stored.Choices, (std::array<int32_t, 3>{civ, tech, kind}));
-        QCOMPARE(QString::fromStdString(stored.Text), text);
-        QCOMPARE(DRSCatalogue[Flag].ID, 1001);
-        QCOMPARE(form->DRSFilesList->ItemData(Flag), int32_t(KindSLP));
-        QCOMPARE(form->DRSFilesList->ListIndex(), int(Flag));
+        // The three picks, the text typed, and the row's text that follows.
+        const struct { int Civ, Tech, Kind; QString Text; std::string Row; } cases[] = {
+            {2, 3, 1, "gate", "M/T3: gate"}, {6, 0, 0, "", "F: "}, {0, 4, 9, "  walk ", "T4:   walk "},
+            {0, 0, 5, "café", "café"},       {0, 0, 7, "", ""}};
+        for (const auto& c : cases) {
+            OpenAndSelect(Flag);
+            QCOMPARE(RowText(Flag), "1001");
+            QCOMPARE(Shown(), (std::vector<int>{0, 0, 0}));
+            Pick(2, c.Kind);
+            Pick(1, c.Tech);
+            Pick(0, c.Civ);
+            form->RenameTextBox->setText(c.Text);
+            QCOMPARE(RowText(Flag), c.Row);
+            const ResourceDescription& stored = DRSCatalogue[Flag].Description;
+            QCOMPARE(stored.Choices, (std::array<int32_t, 3>{c.Civ, c.Tech, c.Kind}));
+            QCOMPARE(QString::fromStdString(stored.Text), c.Text);
+            QCOMPARE(DRSCatalogue[Flag].ID, 1001);
+            QCOMPARE(form->DRSFilesList->ItemData(Flag), int32_t(KindSLP));
+            QCOMPARE(form->DRSFilesList->ListIndex(), int(Flag));
 
-        // Selecting rows fires the controls' events without storing anything; the row's own values come back.
-        form->DRSFilesList->SetListIndex(Tone);
-        QCOMPARE(Shown(), (std::vector<int>{0, 0, 0}));
-        QCOMPARE(form->RenameTextBox->text(), QString());
-        QCOMPARE(RowText(Tone), "5000");
-        form->DRSFilesList->SetListIndex(Flag);
-        QCOMPARE(Shown(), (std::vector<int>{civ, tech, kind}));
-        QCOMPARE(form->RenameTextBox->text(), text);
-        QCOMPARE(QString::fromStdString(RowText(Flag)), row);
+            // Selecting rows fires the controls' events without storing anything; the row's own values come back.
+            form->DRSFilesList->SetListIndex(Tone);
+            QCOMPARE(Shown(), (std::vector<int>{0, 0, 0}));
+            QCOMPARE(form->RenameTextBox->text(), QString());
+            QCOMPARE(RowText(Tone), "5000");
+            form->DRSFilesList->SetListIndex(Flag);
+            QCOMPARE(Shown(), (std::vector<int>{c.Civ, c.Tech, c.Kind}));
+            QCOMPARE(form->RenameTextBox->text(), c.Text);
+            QCOMPARE(RowText(Flag), c.Row);
+        }
     }
 
     void editsGoOnlyToASelectedRow() {
@@ -146,6 +134,16 @@ private slots:
         form->menu_descr_load_Click();
         QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error opening description file!", MessageStyle::Plain, ""}}));
         QVERIFY(form->DRSFilesList->isVisible());
+
+        // Never into the archive, though the dialog proposes its name after an open.
+        const Bytes archive = ReadFileBytes(archivePath);
+        OpenAndSelect(Walker);
+        Pick(0, 1);
+        desktop->FileAnswers = {archivePath};
+        form->menu_descr_save_Click();
+        QCOMPARE(desktop->DialogsShown.back().FileName, archivePath);
+        QCOMPARE(desktop->Boxes.back(), (ShownMessage{"Error saving description file!", MessageStyle::Plain, ""}));
+        QCOMPARE(ReadFileBytes(archivePath), archive);
     }
 
     void aLongTextShowsWholeAndIsStoredBackWhole() {
@@ -159,17 +157,6 @@ private slots:
         form->RenameTextBox->end(false);
         QTest::keyClicks(form->RenameTextBox, "!");
         QCOMPARE(DRSCatalogue[Flag].Description.Text, text + "!");
-    }
-
-    void descriptionsNeverGoIntoTheArchive() {
-        const Bytes archive = ReadFileBytes(archivePath);
-        OpenAndSelect(Walker);
-        Pick(0, 1);
-        desktop->FileAnswers = {archivePath};  // the name the dialog proposes after the open
-        form->menu_descr_save_Click();
-        QCOMPARE(desktop->DialogsShown.back().FileName, archivePath);
-        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error saving description file!", MessageStyle::Plain, ""}}));
-        QCOMPARE(ReadFileBytes(archivePath), archive);
     }
 };
 

@@ -118,36 +118,26 @@ private slots:
         QVERIFY(desktop->Boxes.empty());
     }
 
-    void exportsThatFailHalfwayReportAndRecover_data() {
-        QTest::addColumn<QString>("item");
-        QTest::addColumn<QString>("box");
-        QTest::addColumn<bool>("spriteGone");  // the sprite's file is gone, rather than the target's folder
-        QTest::newRow("bmp, no folder") << "menu_savebmp" << "Error exporting graphic!" << false;
-        QTest::newRow("sequence, no folder") << "menu_image_savesequence" << "Error exporting graphic!" << false;
-        QTest::newRow("slx, no folder") << "menu_image_slx" << "Error saving files!" << false;
-        QTest::newRow("bmp, sprite gone") << "menu_savebmp" << "Error exporting graphic!" << true;
-        QTest::newRow("sequence, sprite gone") << "menu_image_savesequence" << "Error exporting graphic!" << true;
-        QTest::newRow("slx, sprite gone") << "menu_image_slx" << "Error saving files!" << true;
-    }
-
     void exportsThatFailHalfwayReportAndRecover() {
-        QFETCH(QString, item);
-        QFETCH(QString, box);
-        QFETCH(bool, spriteGone);
-        OpenAndSelect(Walker);
-        QAction* chosen = item == "menu_savebmp"              ? form->menu_savebmp
-                          : item == "menu_image_savesequence" ? form->menu_image_savesequence
-                                                              : form->menu_image_slx;
-        if (spriteGone) fs::remove(form->ResDisplayPic->Tag);
-        SaveAs(chosen, spriteGone ? At("out.bmp") : At("no/such/folder/out.bmp"));
-
-        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{box.toStdString(), MessageStyle::Plain, ""}}));
-        if (chosen == form->menu_savebmp) QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 1 of 3");
-        else EndsOrderly();
-        // The window goes on: the next sprite shows and scrolls.
-        form->DRSFilesList->SetListIndex(Layered);
-        form->FrameScroll->setValue(2);
-        QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 2 of 2");
+        const std::pair<QAction*, std::string> cases[] = {{form->menu_savebmp, "Error exporting graphic!"},
+                                                          {form->menu_image_savesequence, "Error exporting graphic!"},
+                                                          {form->menu_image_slx, "Error saving files!"}};
+        // The target's folder is missing, or the sprite's file is gone.
+        for (const bool spriteGone : {false, true}) {
+            for (const auto& [item, box] : cases) {
+                OpenAndSelect(Walker);
+                desktop->Boxes.clear();
+                if (spriteGone) fs::remove(form->ResDisplayPic->Tag);
+                SaveAs(item, spriteGone ? At("out.bmp") : At("no/such/folder/out.bmp"));
+                QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{box, MessageStyle::Plain, ""}}));
+                if (item == form->menu_savebmp) QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 1 of 3");
+                else EndsOrderly();
+                // The window goes on: the next sprite shows and scrolls.
+                form->DRSFilesList->SetListIndex(Layered);
+                form->FrameScroll->setValue(2);
+                QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame 2 of 2");
+            }
+        }
     }
 
     void todaysFormatsComeAfterTheDesignsOwn() {
