@@ -1,3 +1,5 @@
+// The 24-bit surface: its BMP file, its sizes, and what it does at and past its edges.
+
 #include <gtest/gtest.h>
 
 #include "RecordingHost.h"
@@ -19,9 +21,8 @@ cDIBSection ThreeByTwo() {
 TEST(cDIBSectionTest, SavePictureWritesABottomUpBitmapOrRaisesSeventeen) {
     const Bytes expected = {
         'B', 'M', 78, 0, 0, 0, 0, 0, 0, 0, 54, 0, 0, 0,  // signature; file size 54 + 24; reserved; pixels' offset
-        40, 0, 0, 0, 3, 0, 0, 0, 2, 0, 0, 0,  // header size; width; height, positive: bottom row first
-        1, 0, 24, 0, 0, 0, 0, 0, 24, 0, 0, 0,  // planes; bits per pixel; no compression; image size 2 rows x 12
-        0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // resolutions and colour counts
+        40, 0, 0, 0, 3, 0, 0, 0, 2, 0, 0, 0, 1, 0, 24, 0,  // header size; width; height > 0: bottom row first; planes; bits
+        0, 0, 0, 0, 24, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // no compression; 2 rows x 12 bytes; the rest 0
         0x40, 0x80, 0xC0, 0x50, 0xA0, 0xF0, 0x60, 0xC1, 0x20, 0, 0, 0,  // row y = 1: blue green red, then padding
         0x10, 0x20, 0x30, 0x20, 0x40, 0x60, 0x30, 0x60, 0x90, 0, 0, 0,  // row y = 0
     };
@@ -36,7 +37,9 @@ TEST(cDIBSectionTest, SavePictureWritesABottomUpBitmapOrRaisesSeventeen) {
 
 TEST(cDIBSectionTest, CreateStartsFromZeroPadsRowsToFourBytesAndRefusesEmptyAndHugeSizes) {
     cDIBSection held = ThreeByTwo();
-    ASSERT_TRUE(held.Create(2, 3));
+    held.ClearUp();  // lets go of the pixels, keeps the size
+    EXPECT_EQ(std::tuple(held.IsCreated(), held.GetPixel(0, 0), held.Width(), held.Height()), std::tuple(false, CLR_INVALID, 3, 2));
+    ASSERT_TRUE(held.Create(2, 3));  // in the memory the old pixels held
     EXPECT_EQ(PixelsOf(held), std::vector<uint32_t>(6, 0));
     for (auto [width, bytes] : {std::pair{1, 4}, {2, 8}, {3, 12}, {4, 12}, {5, 16}, {4096, 12288}})
         EXPECT_EQ(held.Create(width, 4096) ? held.BytesPerScanLine() : -1, bytes) << width;
@@ -44,8 +47,7 @@ TEST(cDIBSectionTest, CreateStartsFromZeroPadsRowsToFourBytesAndRefusesEmptyAndH
         SCOPED_TRACE(testing::Message() << width << " x " << height);
         held = ThreeByTwo();  // a refused size lets go of the old surface too, through either call
         EXPECT_FALSE(held.Create(width, height));
-        EXPECT_EQ(std::tuple(held.IsCreated(), held.hdc(), held.GetPixel(0, 0)),
-                  std::tuple(false, uintptr_t{0}, CLR_INVALID));
+        EXPECT_EQ(std::tuple(held.IsCreated(), held.hdc(), held.GetPixel(0, 0)), std::tuple(false, uintptr_t{0}, CLR_INVALID));
         held = ThreeByTwo();
         EXPECT_FALSE(held.CreateDIB(width, height));
         held.SetPixelV(width - 1, height - 1, 0xFFFFFF);  // past the old pixels, were they still there
@@ -76,16 +78,13 @@ TEST(cDIBSectionTest, PixelsOutsideAreIgnoredAndPaintPictureTakesSizesBelowZeroF
 
 // Runs are written in wide overlapping stores; none may spill into the pixels, rows or padding around it.
 TEST(cDIBSectionTest, FillRunSetsExactlyItsColumnsAtEveryLengthAndPlace) {
-    constexpr int32_t width = 45, height = 3;  // a row of 135 bytes and one byte of padding
     for (int32_t first = 0; first < 4; ++first) {
-        for (int32_t last = first - 1; last < width; ++last) {
+        for (int32_t last = first - 1; last < 45; ++last) {
             cDIBSection dib;
-            ASSERT_TRUE(dib.Create(width, height));
-            std::vector<uint32_t> expected;
-            for (int32_t i = 0; i < width * height; ++i) {
-                dib.SetPixelV(i % width, i / width, 0x0A0B0C);
-                expected.push_back(i / width == 1 && i % width >= first && i % width <= last ? 0x123456 : 0x0A0B0C);
-            }
+            ASSERT_TRUE(dib.Create(45, 3));  // rows of 135 bytes and one byte of padding
+            std::vector<uint32_t> expected(3 * 45, 0x0A0B0C);
+            for (int32_t i = 0; i < 3 * 45; ++i) dib.SetPixelV(i % 45, i / 45, 0x0A0B0C);
+            for (int32_t x = first; x <= last; ++x) expected[size_t(45 + x)] = 0x123456;
             dib.FillRun(first, last, 1, 0x123456);
             ASSERT_EQ(PixelsOf(dib), expected) << first << " to " << last;
             ASSERT_EQ(dib.EncodeBitmap()[54 + 2 * 136 - 1], 0) << "padding of row 1, " << first << " to " << last;
@@ -96,8 +95,8 @@ TEST(cDIBSectionTest, FillRunSetsExactlyItsColumnsAtEveryLengthAndPlace) {
 TEST(cDIBSectionTest, NoDibOnTheClipboard) {
     RecordingHost host;
     EXPECT_FALSE(ThreeByTwo().CopyToClipboard(host, true));
-    ASSERT_EQ(std::pair(host.Messages.size(), host.ClipboardPuts), std::pair(size_t{1}, 0));
-    EXPECT_EQ(host.Messages[0].Text, "I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!");
+    EXPECT_EQ(std::pair(host.Messages.size(), host.ClipboardPuts), std::pair(size_t{1}, 0));
+    EXPECT_EQ(host.Messages.at(0).Text, "I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!");
 }
 
 }  // namespace
