@@ -8,11 +8,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <set>
 #include <string>
 
 #include "RecordingHost.h"
 #include "Writers.h"
+#include "colour/Palettes.h"
 
 namespace fixtures {
 
@@ -37,57 +39,59 @@ inline std::set<std::string> NamesIn(const std::string& folder) {
     return names;
 }
 
+// Every file under folder, by its path inside it.
+inline std::map<std::string, Bytes> FilesUnder(const std::string& folder) {
+    std::map<std::string, Bytes> files;
+    for (const auto& item : std::filesystem::recursive_directory_iterator(folder))
+        if (item.is_regular_file()) files[std::filesystem::relative(item.path(), folder).string()] = ReadFileBytes(item.path().string());
+    return files;
+}
+
 class CliTest : public ::testing::Test {
 protected:
     TempDir dir;
+    ArchiveLayout layout;  // of test.drs
+    Bytes walk;            // of walk.slp
+    std::vector<uint32_t> colours;  // of p.pal: index i is (i, 7, 255 - i)
 
-    // Runs a shell line in the test's folder, with "$CLI" standing for the program.
-    CliResult Shell(const std::string& line) {
-        const char* program = std::getenv("BRINDLE_CLI");
-        EXPECT_NE(program, nullptr) << "BRINDLE_CLI names the program under test";
-        const std::string full = "cd '" + dir.Path() + "' && CLI='" + (program ? program : "brindle-cli") + "' && { " + line +
-                                 "; } >'" + (dir / ".out") + "' 2>'" + (dir / ".err") + "'";
-        const int status = std::system(full.c_str());
-        CliResult result{WIFEXITED(status) ? WEXITSTATUS(status) : -1, TextOf(dir / ".out"), TextOf(dir / ".err")};
-        std::filesystem::remove(dir / ".out");
-        std::filesystem::remove(dir / ".err");
-        return result;
-    }
-    CliResult Run(const std::string& arguments) { return Shell("\"$CLI\" " + arguments); }
-
-    // Table SLP: IDs 5, 5 and -7; a table whose tag reads "../"; one BIN entry.
-    std::string WriteTestArchive(ArchiveLayout* layout = nullptr, Flavour kind = Flavour::Year1997) {
-        ArchiveFixture contents{kind, {{StoredTag("slp"), {{5, {1, 2, 3}}, {5, {4, 5}}, {-7, {}}}},
-                                       {StoredTag("../"), {{9, {6}}}},
-                                       {StoredTag("bin"), {{12, {7, 8}}}}}};
-        WriteFileBytes(dir / "test.drs", WriteArchive(contents, layout));
-        return "test.drs";
-    }
-
-    // count frames of 4 + i by 3 pixels with a colour and a shadow pixel, hot spot (i, 1).
-    std::vector<FrameFixture> TestFrames(int count) {
+    // test.drs: table SLP with IDs 5, 5 and -7, a table whose tag reads "../" with ID 9, table BIN with ID 12.
+    // shared.drs: ID 9 in tables SLP and BIN. walk.slp: frames of 4 + i by 3 pixels, a colour and a shadow
+    // pixel in each, hot spot (i, 1); damaged.slp: the same, frame 2 damaged in its last row. sprites.drs:
+    // a BIN entry of ID 1, then walk.slp as IDs 100 to 111, but for 105, which is damaged.slp. p.pal: a JASC-PAL.
+    void SetUp() override {
+        const TableFixture tables[] = {{StoredTag("slp"), {{5, {1, 2, 3}}, {5, {4, 5}}, {-7, {}}}}, {StoredTag("../"), {{9, {6}}}},
+                                       {StoredTag("bin"), {{12, {7, 8}}}}};
+        WriteFileBytes(dir / "test.drs", WriteArchive({Flavour::Year1997, {std::begin(tables), std::end(tables)}}, &layout));
+        WriteFileBytes(dir / "shared.drs", WriteArchive({Flavour::Year2001, {{StoredTag("slp"), {{9, {3}}}}, {StoredTag("bin"), {{9, {4, 4}}}}}}));
         std::vector<FrameFixture> frames;
-        for (int i = 0; i < count; ++i) {
+        for (int i = 0; i < 3; ++i) {
             Art art(4 + i, 3);
             art.At(1, 1) = {Layer::Colour, 40};
             art.At(2, 2) = {Layer::Shadow, 0};
             frames.push_back(EncodeFrame(art, i, 1));
         }
-        return frames;
-    }
-    std::string WriteTestSprite(int count, const std::string& name = "walk.slp") {
-        WriteFileBytes(dir / name, WriteSprite(TestFrames(count)));
-        return name;
-    }
-    // Three frames, the second damaged in its last row.
-    std::string WriteDamagedSprite(const std::string& name = "damaged.slp") {
         SpriteLayout at;
-        Bytes bytes = WriteSprite(TestFrames(3), "2.0N", "", &at);
+        WriteFileBytes(dir / "walk.slp", walk = WriteSprite(frames, "2.0N", "", &at));
+        Bytes damaged = walk;
         const auto row = size_t(at.RowStreamAt[1][2]);
-        bytes[row] = 0x1A, bytes[row + 1] = 240;  // a player colour past the palette
-        WriteFileBytes(dir / name, bytes);
-        return name;
+        damaged[row] = 0x1A, damaged[row + 1] = 240;  // a player colour past the palette
+        WriteFileBytes(dir / "damaged.slp", damaged);
+        std::vector<EntryFixture> sprites;
+        for (int32_t id = 100; id < 112; ++id) sprites.push_back({id, id == 105 ? damaged : walk});
+        WriteFileBytes(dir / "sprites.drs", WriteArchive({Flavour::Year1997, {{StoredTag("bin"), {{1, {1, 2}}}}, {StoredTag("slp"), sprites}}}));
+        for (int i = 0; i < 256; ++i) colours.push_back(RGB(i, 7, 255 - i));
+        WriteFileText(dir / "p.pal", WriteJascPal(colours));
     }
+
+    // Runs a shell line in the test's folder, where "$BRINDLE_CLI" names the program.
+    CliResult Shell(const std::string& line) {
+        const int status = std::system(("cd '" + dir.Path() + "' && { " + line + "; } </dev/null >.out 2>.err").c_str());
+        CliResult result{WIFEXITED(status) ? WEXITSTATUS(status) : -1, TextOf(dir / ".out"), TextOf(dir / ".err")};
+        std::filesystem::remove(dir / ".out");
+        std::filesystem::remove(dir / ".err");
+        return result;
+    }
+    CliResult Run(const std::string& arguments) { return Shell("\"$BRINDLE_CLI\" " + arguments); }
 };
 
 }  // namespace fixtures
