@@ -308,8 +308,6 @@ Bytes MakeSprite(const std::function<FrameFixture(int, int)>& draw, int frames, 
     return WriteSprite(drawn, "2.0N", comment);
 }
 
-Bytes TextBytes(std::string_view text) { return Bytes(text.begin(), text.end()); }
-
 // The default palette with the player band turned from blue to red.
 Bytes RedPlayerPalette() {
     QuietHost host;
@@ -318,7 +316,7 @@ Bytes RedPlayerPalette() {
     const uint32_t reds[8] = {RGB(82, 0, 0),    RGB(130, 16, 0),  RGB(170, 30, 12),  RGB(200, 50, 30),
                               RGB(228, 80, 60), RGB(245, 120, 100), RGB(255, 170, 150), RGB(255, 220, 210)};
     std::copy(std::begin(reds), std::end(reds), colours.begin() + 16);
-    return TextBytes(WriteJascPal(colours));
+    return BytesOf(WriteJascPal(colours));
 }
 
 ArchiveFixture DemoArchive() {
@@ -335,7 +333,7 @@ ArchiveFixture DemoArchive() {
     TableFixture sounds{StoredTag("wav"), {{5000, WriteWavTone(22050, 0.5, 523.25)}}};
 
     TableFixture data{StoredTag("bin"), {}};
-    data.Entries.push_back({50500, TextBytes("; units of the demo\r\n"
+    data.Entries.push_back({50500, BytesOf("; units of the demo\r\n"
                                              "[walker] = {slp 1000, frames 8}\r\n"
                                              "[flag] = {slp 1001, frames 6}\r\n"
                                              "sounds = data\\sounds\\*.wav\r\n"
@@ -343,7 +341,7 @@ ArchiveFixture DemoArchive() {
     data.Entries.push_back({50532, RedPlayerPalette()});
 
     TableFixture other{StoredTag("xyz"), {}};
-    other.Entries.push_back({9000, TextBytes("XYZ1 no viewer for this one\r\n")});
+    other.Entries.push_back({9000, BytesOf("XYZ1 no viewer for this one\r\n")});
     Bytes ramp;
     for (int i = 0; i < 64; ++i) ramp.push_back(static_cast<uint8_t>(i * 4));
     other.Entries.push_back({9001, ramp});

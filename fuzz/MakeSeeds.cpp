@@ -32,8 +32,6 @@ Bytes Sprite(int32_t frames, int32_t size) {
     return WriteSprite(encoded);
 }
 
-Bytes AsBytes(std::string_view text) { return Bytes(text.begin(), text.end()); }
-
 void Write(const fs::path& folder, const std::string& name, const Bytes& bytes) {
     fs::create_directories(folder);
     WriteFileBytes((folder / name).string(), bytes);
@@ -54,33 +52,33 @@ int main(int argc, char** argv) {
             Write(out / "Catalogue", flavour == Flavour::Year2001 ? "2001.drs" : "1997.drs",
                   WriteArchive({flavour, {{StoredTag("slp"), {{1000, Sprite(2, 8)}, {1001, Sprite(1, 4)}}},
                                           {StoredTag("wav"), {{5000, WriteWavTone(8000, 0.01, 440)}}},
-                                          {StoredTag("bin"), {{50500, AsBytes(text)}, {50501, {}}}}}}));
+                                          {StoredTag("bin"), {{50500, BytesOf(text)}, {50501, {}}}}}}));
         }
         Write(out / "Sprite", "one-frame.slp", Sprite(1, 6));
         Write(out / "Sprite", "walker.slp", Sprite(5, 12));
-        Write(out / "Palette", "grey.pal", AsBytes(WriteJascPal(grey)));
-        Write(out / "Palette", "short.pal", AsBytes(WriteJascPal(std::vector<uint32_t>(16, 0x102030), "0100", "16")));
+        Write(out / "Palette", "grey.pal", BytesOf(WriteJascPal(grey)));
+        Write(out / "Palette", "short.pal", BytesOf(WriteJascPal(std::vector<uint32_t>(16, 0x102030), "0100", "16")));
         // The other formats; the target names a file ".act" when its first byte is odd.
         std::vector<uint32_t> ramp;
         for (uint32_t i = 0; i < 40; ++i) ramp.push_back((i * 2 + 1) * 0x010203 & 0xFFFFFF);
         Write(out / "Palette", "ramp-riff.pal", WriteRiffPal(ramp));
-        Write(out / "Palette", "ramp.gpl", AsBytes(WriteGimpPal(ramp)));
+        Write(out / "Palette", "ramp.gpl", BytesOf(WriteGimpPal(ramp)));
         Write(out / "Palette", "ramp-768.act", WriteAct(ramp, false));
         Write(out / "Palette", "ramp-772.act", WriteAct(ramp, true));
-        Write(out / "TextPreview", "text.txt", AsBytes(text));
-        Write(out / "TextPreview", "notice.rtf", AsBytes(R"({\rtf1{\colortbl ;\red255\green0\blue0;}\cf1 File 7:\par \cf0 a\{b\}\\c\par })"));
+        Write(out / "TextPreview", "text.txt", BytesOf(text));
+        Write(out / "TextPreview", "notice.rtf", BytesOf(R"({\rtf1{\colortbl ;\red255\green0\blue0;}\cf1 File 7:\par \cf0 a\{b\}\\c\par })"));
         Write(out / "Registry", "system.reg",
-              AsBytes("WINE REGISTRY Version 2\n;; All keys relative to \\\\Machine\n\n#arch=win64\n\n"
+              BytesOf("WINE REGISTRY Version 2\n;; All keys relative to \\\\Machine\n\n#arch=win64\n\n"
                       "[Software\\\\K] 1795405119\n#time=1dd7afc20c3c06e\n@=\"default\"\n\"V\"=\"caf\\xe9 \\\"q\\\"\"\n"
                       "\"W\"=str(2):\"%x%\"\n\"D\"=dword:fffffffe\n\"B\"=hex:01,02,\\\n  03\n\n"
                       "[Software\\\\Wow6432Node\\\\Quillmark Entertainment Company LLC\\\\Harrowmere Conquest\\\\1.0] 1\n"
                       "\"Game Path\"=\"C:\\\\Games\\\\Harrowmere\\\\\"\n"));
         // Every id of the target's catalogue, then lines that test the reader's edges.
         Write(out / "Descriptions", "saved.dsc",
-              AsBytes("0@1@0@0@first table\r\n12@2@3@1@gate\r\n100@0@4@9@caf\xE9\r\n-7@6@0@0@\r\n5@0@0@2@ x \r\n"
+              BytesOf("0@1@0@0@first table\r\n12@2@3@1@gate\r\n100@0@4@9@caf\xE9\r\n-7@6@0@0@\r\n5@0@0@2@ x \r\n"
                       "-2147483648@3@2@1@low\r\n2147483647@0@0@0@high\r\n"));
         Write(out / "Descriptions", "odd.dsc",
-              AsBytes("12@1@2\n\n 12abc@7@-1@ 3x@a@b\n4294967308@1@1@1@wraps\r\n100@1@1@1@\x80\x81\r\r\nx@0@0@0@last"));
+              BytesOf("12@1@2\n\n 12abc@7@-1@ 3x@a@b\n4294967308@1@1@1@wraps\r\n100@1@1@1@\x80\x81\r\r\nx@0@0@0@last"));
     } catch (const std::exception& e) {
         std::fprintf(stderr, "make-fuzz-seeds: %s\n", e.what());
         return 1;

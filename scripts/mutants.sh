@@ -36,11 +36,16 @@ read -ra targets <<<"${TARGETS:-all}"
 only=(${TESTS:+-R "$TESTS"})
 
 [ -f "$list" ] || { echo "mutants.sh: $list: no such list" >&2; exit 2; }
-mkdir -p "$work"
-rm -rf "$copy" && mkdir -p "$copy"
-tar -C "$root" --exclude=./build --exclude=./.git -cf - . | tar -C "$copy" -xf -  # mtimes kept: no needless rebuild
-# A run stopped with a fault planted left objects built from it that are newer than the fresh copy.
-[ -f "$work/planted" ] && touch "$copy/$(cat "$work/planted")" && rm "$work/planted"
+# The copy follows the working tree by content: a file that differs from it (changed since, or left
+# with a fault by a stopped run) is written anew and so rebuilt; the others keep their mtimes, so that
+# nothing is rebuilt needlessly, whatever tree the last build came from.
+stage=$work/stage
+rm -rf "$stage" && mkdir -p "$stage" "$copy"
+tar -C "$root" --exclude=./build --exclude=./.git -cf - . | tar -C "$stage" -xf -
+(cd "$stage" && find . -type f) | while read -r f; do
+  cmp -s "$stage/$f" "$copy/$f" || { mkdir -p "$(dirname "$copy/$f")" && cp "$stage/$f" "$copy/$f"; }
+done
+(cd "$copy" && find . -type f) | while read -r f; do [ -e "$stage/$f" ] || rm "$copy/$f"; done
 # Every fault relinks a score of programs: lld, where there is one, does it several times faster.
 linker=()
 command -v ld.lld >/dev/null && linker=(-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld)
@@ -99,7 +104,6 @@ while IFS=$'\t' read -r -u 3 place from to; do
     at=${found[0]}
   fi
   cp -p "$target" "$work/original"
-  echo "$file" >"$work/planted"
   plant "$target" "$at" "$from" "$to"
   verdict=
   if ! cmake --build "$build" -j "$jobs" --target "${targets[@]}" >/dev/null 2>&1; then
@@ -115,7 +119,6 @@ while IFS=$'\t' read -r -u 3 place from to; do
   fi
   cp "$work/original" "$target"
   touch "$target"  # newer than what the fault built, so the next build takes it back
-  rm "$work/planted"
   printf '%-9s %s: %s -> %s\n' "$verdict" "$file:$at" "$from" "$to"
 done 3<"$list" </dev/null
 

@@ -84,11 +84,17 @@ struct Gif {
 };
 
 Gif DecodeGif(const Bytes& bytes) {
-    const TempDir dir;
-    WriteFileBytes(dir / "read.gif", bytes);
+    std::span<const uint8_t> unread(bytes);
+    auto read = [](GifFileType* gif, GifByteType* out, int length) {
+        auto& rest = *static_cast<std::span<const uint8_t>*>(gif->UserData);
+        const size_t n = std::min(rest.size(), size_t(length));
+        std::copy_n(rest.begin(), n, out);
+        rest = rest.subspan(n);
+        return int(n);
+    };
     Gif gif;
     int error = 0;
-    GifFileType* file = DGifOpenFileName((dir / "read.gif").c_str(), &error);
+    GifFileType* file = DGifOpen(&unread, read, &error);
     if (!file || DGifSlurp(file) != GIF_OK) return gif;
     gif.Width = file->SWidth, gif.Height = file->SHeight;
     for (int i = 0; i < file->ImageCount; ++i) {

@@ -28,7 +28,6 @@ struct ExportTest : testing::Test {
         WriteFileBytes(dir_ / name, WriteSprite(frames));
         return dir_ / name;
     }
-    static Bytes Text(std::string_view text) { return {text.begin(), text.end()}; }
     Bytes Read(const std::string& name) const { return ReadFileBytes(dir_ / name); }
     TempDir dir_;
 };
@@ -68,7 +67,7 @@ TEST_F(ExportTest, BothExportsWriteEveryFrameReportProgressAndEndWithTheGateOn) 
     EXPECT_EQ(Read("walk001.bmp"), BitmapOf(3, {M, Palette[5], 0x0000FF, M, Palette[7], M}));
     EXPECT_EQ(Read("walk002.bmp"), BitmapOf(3, {M, M, M, M, Palette[18], M}));
     // The bundle: hot spots and both surfaces as decoded, whatever the colours chosen.
-    EXPECT_EQ(Read("walk.slx"), Text(list));
+    EXPECT_EQ(Read("walk.slx"), BytesOf(list));
     for (const auto& [name, art] : {std::pair{"walk1", &one}, {"walk2", &two}}) {
         EXPECT_EQ(Read(name + std::string("c.bmp")), BitmapOf(art->Width, ExpectedImage(*art, Palette)));
         EXPECT_EQ(Read(name + std::string("d.bmp")), BitmapOf(art->Width, ExpectedMask(*art)));
@@ -125,7 +124,7 @@ TEST_F(ExportTest, ADamagedFrameIsWrittenAsFarAsItGoesAndTheExportGoesOn) {
         const Outcome sequence = ExportSequence(out / "damaged.slp", out / "seq", host);
         EXPECT_EQ(std::tuple(bool(bundle), bundle.Detail.starts_with("frame 2: "), bool(sequence), host.GateOn),
                   std::tuple(false, true, false, true));
-        EXPECT_EQ(read("walk.slx"), Text("SLX 0.5\r\n3\r\n0,0\r\nwalk1d.bmp\r\nwalk1c.bmp\r\n0,0\r\nwalk2d.bmp\r\nwalk2c.bmp\r\n"
+        EXPECT_EQ(read("walk.slx"), BytesOf("SLX 0.5\r\n3\r\n0,0\r\nwalk1d.bmp\r\nwalk1c.bmp\r\n0,0\r\nwalk2d.bmp\r\nwalk2c.bmp\r\n"
                                          "0,0\r\nwalk3d.bmp\r\nwalk3c.bmp\r\n"));
         EXPECT_EQ(std::tuple(read("walk2c.bmp"), read("walk2d.bmp"), read("walk3c.bmp")),
                   std::tuple(c.Image, c.Mask, BitmapOf(2, {P, P, P, P})));
@@ -139,7 +138,7 @@ TEST_F(ExportTest, ABundleCutShortListsTheFramesItHas) {
     std::filesystem::create_directory(dir_ / "walk2d.bmp");  // in the way of frame 2's mask
     RecordingHost host;
     EXPECT_FALSE(ExportSLX(slp, dir_ / "walk", host));
-    EXPECT_EQ(Read("walk.slx"), Text("SLX 0.5\r\n1\r\n0,0\r\nwalk1d.bmp\r\nwalk1c.bmp\r\n"));
+    EXPECT_EQ(Read("walk.slx"), BytesOf("SLX 0.5\r\n1\r\n0,0\r\nwalk1d.bmp\r\nwalk1c.bmp\r\n"));
 }
 
 }  // namespace
