@@ -14,21 +14,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-Art Figure(int32_t width, int32_t height, int32_t seed) {
-    Art art(width, height);
-    const Layer layers[] = {Layer::Transparent, Layer::Colour, Layer::Player, Layer::Shadow, Layer::OutlineInner,
-                            Layer::OutlineOuter};
-    for (int32_t y = 0; y < height; ++y)
-        for (int32_t x = 0; x < width; ++x) {
-            const int32_t pick = (x / 3 + y / 2 + seed) % 9;
-            art.At(x, y) = {layers[pick < 6 ? pick : 1], static_cast<uint8_t>((x * 7 + y * 3 + seed) % 200)};
-        }
-    return art;
-}
-
 Bytes Sprite(int32_t frames, int32_t size) {
     std::vector<FrameFixture> encoded;
-    for (int32_t f = 0; f < frames; ++f) encoded.push_back(EncodeFrame(Figure(size + f, size - f / 2, f), f - 2, 3 - f));
+    for (int32_t f = 0; f < frames; ++f) encoded.push_back(EncodeFrame(RandomArt(size + f, size - f / 2, uint32_t(f)), f - 2, 3 - f));
     return WriteSprite(encoded);
 }
 

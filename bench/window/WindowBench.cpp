@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <map>
 #include <memory>
-#include <random>
 
 #include "RecordingHost.h"
 #include "ScriptedPlatform.h"
@@ -62,7 +61,7 @@ BENCHMARK(BM_ShowLargeText)->Arg(8)->Arg(32)->Unit(benchmark::kMillisecond)->Rep
 void BM_ShowOneLongLine(benchmark::State& state) { ShowText(state, std::string(size_t{1} << 20, 'a')); }
 BENCHMARK(BM_ShowOneLongLine)->Unit(benchmark::kMillisecond);
 
-// An archive of two 512 x 512 sprites with runs of 1 to 60 pixels of every kind, open in the window.
+// An archive of two 512 x 512 sprites of random runs of every kind, open in the window.
 struct LargeSprites {
     const fixtures::TempDir dir;
     fixtures::ScriptedPlatform desktop;
@@ -70,15 +69,9 @@ struct LargeSprites {
 
     LargeSprites() {
         qputenv("temp", QByteArray::fromStdString(dir / "tmp"));
-        std::mt19937 random(7);
         std::vector<fixtures::EntryFixture> sprites;
         for (int32_t id : {1, 2}) {
-            fixtures::Art art(512, 512);
-            for (size_t i = 0; i < art.Pixels.size();) {
-                const auto kind = fixtures::Layer(random() % 6);
-                const auto index = static_cast<uint8_t>(kind == fixtures::Layer::Player ? random() % 200 : random() % 256);
-                for (size_t n = 1 + random() % 60; n > 0 && i < art.Pixels.size(); --n) art.Pixels[i++] = {kind, index};
-            }
+            const fixtures::Art art = fixtures::RandomArt(512, 512, uint32_t(id));
             sprites.push_back({id, fixtures::WriteSprite({fixtures::EncodeFrame(art, 256, 500)})});
         }
         fixtures::WriteFileBytes(dir / "big.drs", fixtures::WriteArchive({fixtures::Flavour::Year2001, {{fixtures::StoredTag("slp"), sprites}}}));

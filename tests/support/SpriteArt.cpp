@@ -1,11 +1,9 @@
-// Pictures drawn in layers: the SLP encoder for them, the colours they must decode to, and a plain
-// second decoder to hold the real one against.
+// Pictures drawn in layers: the SLP encoder for them, and the colours they must decode to.
 
 #include <algorithm>
+#include <random>
 
 #include "Writers.h"
-#include "slp/SLPCodeNew.h"
-#include "surface/cDIBSection.h"
 
 namespace fixtures {
 
@@ -166,126 +164,21 @@ RowFixture EncodeRow(const ArtPixel* row, int32_t width) {
     return encoded;
 }
 
-// ---- Reference decoder -----------------------------------------------------------------------
-// Written for plainness, not speed: every byte is fetched through a bounds check, every pixel is set
-// one at a time, and positions are 64-bit so that nothing can wrap.
-
-constexpr uint32_t Magenta = 0xFF00FF;
-
-struct PlainReader {
-    std::span<const uint8_t> bytes;
-    int64_t at = 0;
-
-    bool Byte(uint8_t& value) {
-        if (at < 0 || at >= static_cast<int64_t>(bytes.size())) return false;
-        value = bytes[size_t(at++)];
-        return true;
-    }
-    bool I16(int16_t& value) {
-        uint8_t lo = 0, hi = 0;
-        if (!Byte(lo) || !Byte(hi)) return false;
-        value = static_cast<int16_t>(uint16_t(lo | hi << 8));
-        return true;
-    }
-    bool I32(int32_t& value) {
-        uint32_t v = 0;
-        for (int i = 0; i < 4; ++i) {
-            uint8_t b = 0;
-            if (!Byte(b)) return false;
-            v |= uint32_t{b} << (8 * i);
-        }
-        value = static_cast<int32_t>(v);
-        return true;
-    }
-};
-
-struct PlainCanvas {
-    int64_t width = 0;
-    int64_t height = 0;
-    std::vector<uint32_t>& image;
-    std::vector<uint32_t>& mask;
-
-    void Set(int64_t x, int64_t y, uint32_t colour, uint32_t layer) {
-        if (x < 0 || y < 0 || x >= width || y >= height) return;
-        image[size_t(y * width + x)] = colour;
-        mask[size_t(y * width + x)] = layer;
-    }
-    void Run(int64_t& x, int64_t y, int64_t n, uint32_t colour, uint32_t layer) {
-        for (int64_t i = 0; i < n; ++i) Set(x++, y, colour, layer);
-    }
-};
-
-// Runs one row's commands from the reader's position up to and including the end-of-row byte.
-bool DecodeRowCommands(PlainReader& in, PlainCanvas& canvas, int64_t& x, int64_t y,
-                       std::span<const uint32_t, 256> palette) {
-    for (;;) {
-        uint8_t command = 0;
-        if (!in.Byte(command)) return false;
-        const int32_t low = command & 0x0F;
-        const int32_t high = command >> 4;
-        uint8_t length = 0;
-        uint8_t c = 0;
-
-        if (low == 0xF) return true;
-        if (command == 0x4E) {
-            canvas.Set(x++, y, Magenta, 0xFF0000);
-        } else if (command == 0x6E) {
-            canvas.Set(x++, y, Magenta, 0x00FFFF);
-        } else if (command == 0x5E || command == 0x7E) {
-            if (!in.Byte(length)) return false;
-            canvas.Run(x, y, length, Magenta, command == 0x5E ? 0xFF0000 : 0x00FFFF);
-        } else if (low == 0x0 || low == 0x4 || low == 0x8 || low == 0xC) {
-            for (int32_t i = 0; i < command >> 2; ++i) {
-                if (!in.Byte(c)) return false;
-                canvas.Set(x++, y, palette[c], 0xFFFFFF);
-            }
-        } else if (low == 0x1 || low == 0x5 || low == 0x9 || low == 0xD) {
-            int32_t n = command >> 2;
-            if (n == 0) {
-                if (!in.Byte(length)) return false;
-                n = length;
-            }
-            canvas.Run(x, y, n, Magenta, 0xFF00FF);
-        } else if (low == 0x2 || low == 0x3) {
-            if (!in.Byte(length)) return false;
-            const int32_t n = high * 256 + length;
-            if (low == 0x3) {
-                canvas.Run(x, y, n, Magenta, 0xFF00FF);
-            } else {
-                for (int32_t i = 0; i < n; ++i) {
-                    if (!in.Byte(c)) return false;
-                    canvas.Set(x++, y, palette[c], 0xFFFFFF);
-                }
-            }
-        } else if (low == 0xE) {
-            if (!in.Byte(length)) return false;
-            canvas.Run(x, y, length, palette[size_t(16 + high)], 0x00FF00);
-        } else {
-            // 0x6, 0x7, 0xA, 0xB: four-bit length, extended by the next byte when 0.
-            int32_t n = high;
-            if (n == 0) {
-                if (!in.Byte(length)) return false;
-                n = length;
-            }
-            if (low == 0x6) {
-                for (int32_t i = 0; i < n; ++i) {
-                    if (!in.Byte(c) || c > 239) return false;
-                    canvas.Set(x++, y, palette[size_t(c) + 16], 0x00FF00);
-                }
-            } else if (low == 0x7) {
-                if (!in.Byte(c)) return false;
-                canvas.Run(x, y, n, palette[c], 0xFFFFFF);
-            } else if (low == 0xA) {
-                if (!in.Byte(c) || c > 239) return false;
-                canvas.Run(x, y, n, palette[size_t(c) + 16], 0x00FF00);
-            } else {
-                canvas.Run(x, y, n, 0x0000FF, 0x0000FF);
-            }
-        }
-    }
-}
-
 }  // namespace
+
+Art RandomArt(int32_t width, int32_t height, uint32_t seed) {
+    std::mt19937 rng(seed);
+    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+    Art art(width, height);
+    for (size_t i = 0; i < art.Pixels.size();) {
+        const auto kind = Layer(pick(0, 5));
+        const int top = kind == Layer::Player ? (pick(0, 1) ? 15 : 239) : 255;  // player bytes by nibble, or not
+        const int index = pick(0, top), vary = pick(0, 1);
+        for (int n = pick(0, 1) ? pick(1, 8) : pick(1, 300); n > 0 && i < art.Pixels.size(); --n)
+            art.Pixels[i++] = {kind, uint8_t(vary ? pick(0, top) : index)};
+    }
+    return art;
+}
 
 FrameFixture EncodeFrame(const Art& art, int32_t hotspotX, int32_t hotspotY) {
     FrameFixture frame;
@@ -325,51 +218,6 @@ std::vector<uint32_t> ExpectedMask(const Art& art) {
         }
     }
     return mask;
-}
-
-bool ReferenceDecode(std::span<const uint8_t> slp, int32_t frame, std::span<const uint32_t, 256> palette,
-                     std::vector<uint32_t>& image, std::vector<uint32_t>& mask) {
-    image.clear();
-    mask.clear();
-    PlainReader in{slp, 4};
-    int32_t numFrames = 0;
-    if (!in.I32(numFrames) || frame < 0 || frame >= numFrames) return false;
-
-    int32_t commandTable = 0, outlineTable = 0, unused = 0, width = 0, height = 0;
-    in.at = 32 + 32 * int64_t{frame};
-    if (!in.I32(commandTable) || !in.I32(outlineTable) || !in.I32(unused) || !in.I32(unused) || !in.I32(width) ||
-        !in.I32(height))
-        return false;
-    // A frame beyond the program's limits counts as damage too. A height below 1 has no rows to
-    // draw, and a width of 0 still runs its rows, drawing nothing.
-    height = std::max(height, 0);
-    if (width < 0 || width > MaxFrameWidth || height > MaxFrameRows || int64_t{width} * height > MaxSurfacePixels)
-        return false;
-
-    image.assign(size_t(width) * size_t(height), 0);
-    mask.assign(size_t(width) * size_t(height), 0);
-    PlainCanvas canvas{width, height, image, mask};
-
-    for (int64_t y = 0; y < height; ++y) {
-        int16_t left = 0, right = 0;
-        in.at = outlineTable + 4 * y;
-        if (!in.I16(left) || !in.I16(right)) return false;
-        int64_t x = 0;
-        if (left == BlankRow) {
-            canvas.Run(x, y, width, Magenta, 0xFF00FF);
-            continue;
-        }
-        canvas.Run(x, y, left, Magenta, 0xFF00FF);
-
-        int32_t stream = 0;
-        in.at = commandTable + 4 * y;
-        if (!in.I32(stream)) return false;
-        in.at = stream;
-        x = left;
-        if (!DecodeRowCommands(in, canvas, x, y, palette)) return false;
-        canvas.Run(x, y, right, Magenta, 0xFF00FF);
-    }
-    return true;
 }
 
 }  // namespace fixtures
