@@ -28,69 +28,52 @@ class MainFormDescriptionsTest : public QObject, public WindowFixture {
                 form->RenameLists[2]->currentIndex()};
     }
 
+    // A Descriptions item whose file dialog is answered with path.
+    void Answer(QAction* item, const std::string& path) {
+        desktop->FileAnswers = {path};
+        item->trigger();
+    }
+
 private slots:
     void init() { SetUp(); }
     void cleanup() { TearDown(); }
 
     void editingRewritesTheRow() {
-        // The three picks, the text typed, and the row's text that follows.
-        const struct { int Civ, Tech, Kind; QString Text; std::string Row; } cases[] = {
-            {2, 3, 1, "gate", "M/T3: gate"}, {6, 0, 0, "", "F: "}, {0, 4, 9, "  walk ", "T4:   walk "},
-            {0, 0, 5, "café", "café"},       {0, 0, 7, "", ""}};
-        for (const auto& c : cases) {
-            OpenAndSelect(Flag);
-            QCOMPARE(RowText(Flag), "1001");
-            QCOMPARE(Shown(), (std::vector<int>{0, 0, 0}));
-            Pick(2, c.Kind);
-            Pick(1, c.Tech);
-            Pick(0, c.Civ);
-            form->RenameTextBox->setText(c.Text);
-            QCOMPARE(RowText(Flag), c.Row);
-            const ResourceDescription& stored = DRSCatalogue[Flag].Description;
-            QCOMPARE(stored.Choices, (std::array<int32_t, 3>{c.Civ, c.Tech, c.Kind}));
-            QCOMPARE(QString::fromStdString(stored.Text), c.Text);
-            QCOMPARE(DRSCatalogue[Flag].ID, 1001);
-            QCOMPARE(form->DRSFilesList->ItemData(Flag), int32_t(KindSLP));
-            QCOMPARE(form->DRSFilesList->ListIndex(), int(Flag));
+        OpenAndSelect(Flag);
+        Pick(2, 1);
+        Pick(1, 3);
+        Pick(0, 2);
+        form->RenameTextBox->setText("  gate ");
+        QCOMPARE(RowText(Flag), "M/T3:   gate ");
 
-            // Selecting rows fires the controls' events without storing anything; the row's own values come back.
-            form->DRSFilesList->SetListIndex(Tone);
-            QCOMPARE(Shown(), (std::vector<int>{0, 0, 0}));
-            QCOMPARE(form->RenameTextBox->text(), QString());
-            QCOMPARE(RowText(Tone), "5000");
-            form->DRSFilesList->SetListIndex(Flag);
-            QCOMPARE(Shown(), (std::vector<int>{c.Civ, c.Tech, c.Kind}));
-            QCOMPARE(form->RenameTextBox->text(), c.Text);
-            QCOMPARE(RowText(Flag), c.Row);
-        }
-    }
+        // Selecting rows fires the controls' events without storing anything; the row's own values come back.
+        form->DRSFilesList->SetListIndex(Tone);
+        QCOMPARE(Shown(), (std::vector<int>{0, 0, 0}));
+        QCOMPARE(form->RenameTextBox->text(), QString());
+        QCOMPARE(RowText(Tone), "5000");
+        form->DRSFilesList->SetListIndex(Flag);
+        QCOMPARE(Shown(), (std::vector<int>{2, 3, 1}));
+        QCOMPARE(form->RenameTextBox->text(), QString("  gate "));
 
-    void editsGoOnlyToASelectedRow() {
-        // A heading is edited like any row.
-        OpenAndSelect(WavHeading);
+        // A heading is edited like any row; "[N/A]" again takes the piece away.
+        form->DRSFilesList->SetListIndex(WavHeading);
         Pick(0, 1);
         QCOMPARE(RowText(WavHeading), "D: ");
-        Pick(0, 0);  // "[N/A]" again takes the piece away
+        Pick(0, 0);
         QCOMPARE(RowText(WavHeading), "");
 
         // After opening again no row is selected, and edits store nothing.
         Open(archivePath);
         Pick(1, 2);
         form->RenameTextBox->setText("lost");
-        for (int row = 0; row < form->DRSFilesList->ListCount(); ++row) {
-            QCOMPARE(DRSCatalogue[size_t(row)].Description.Text, "");
-            QCOMPARE(DRSCatalogue[size_t(row)].Description.Choices[1], 0);
-        }
-        QCOMPARE(form->RenameTextBox->text(), QString("lost"));  // the controls keep what they show
+        for (const CatalogueRow& row : DRSCatalogue) QCOMPARE(row.Description, ResourceDescription{});
     }
 
     void editShowsAndHidesTheTextBox() {
-        QVERIFY(!form->menu_descr->menuAction()->isVisible() && !form->menu_descr_edit->isChecked());
         form->menu_descr_edit->trigger();
         QVERIFY(form->menu_descr_edit->isChecked() && form->RenameTextBox->isVisible());
         form->menu_descr_edit_Click();
         QVERIFY(!form->menu_descr_edit->isChecked() && !form->RenameTextBox->isVisible());
-        for (QComboBox* list : form->RenameLists) QVERIFY(list->isHidden());
 
         // "@" divides a description file's fields, so it can't be typed.
         OpenAndSelect(Flag);
@@ -99,64 +82,45 @@ private slots:
     }
 
     void descriptionFilesRoundTrip() {
+        const std::string text(40000, 'w');  // longer than a text box takes by default
         OpenAndSelect(Walker);
         Pick(0, 2);
-        form->RenameTextBox->setText(" gate ");
+        form->RenameTextBox->setText(QString::fromStdString(text));
         form->DRSFilesList->SetListIndex(Text);
         Pick(2, 3);
         const std::string saved = At("mine.dsc");
-        desktop->FileAnswers = {saved};
-        form->menu_descr_save->trigger();
-        QCOMPARE(desktop->DialogsShown.back().DialogTitle, "Select filename to save descriptions as");
+        Answer(form->menu_descr_save, saved);
         QCOMPARE(desktop->DialogsShown.back().Filter, "Description file (*.dsc)|*.dsc");
         const Bytes bytes = ReadFileBytes(saved);
-        QCOMPARE(std::string(bytes.begin(), bytes.end()), "1000@2@0@0@gate\r\n7@0@0@3@\r\n");
+        QCOMPARE(std::string(bytes.begin(), bytes.end()), "1000@2@0@0@" + text + "\r\n7@0@0@3@\r\n");
 
         // Loaded onto the archive opened afresh: the rows named change, the selection and controls don't.
-        Open(archivePath);
-        form->DRSFilesList->SetListIndex(Flag);
-        desktop->FileAnswers = {saved};
-        form->menu_descr_load->trigger();
-        QCOMPARE(desktop->DialogsShown.back().DialogTitle, "Select description file to open");
-        QCOMPARE(RowText(Walker), "M: gate");
-        QCOMPARE(RowText(Text), "");
+        OpenAndSelect(Flag);
+        Answer(form->menu_descr_load, saved);
+        QCOMPARE(RowText(Walker), "M: " + text);
         QCOMPARE(RowText(Flag), "1001");
         QCOMPARE(form->DRSFilesList->ListIndex(), int(Flag));
         QVERIFY(form->DRSFilesList->isVisible());
         form->DRSFilesList->SetListIndex(Walker);
         QCOMPARE(Shown(), (std::vector<int>{2, 0, 0}));
-        QCOMPARE(form->RenameTextBox->text(), QString("gate"));
+        QCOMPARE(form->RenameTextBox->text().size(), qsizetype(text.size()));
+        form->RenameTextBox->end(false);
+        QTest::keyClicks(form->RenameTextBox, "!");
+        QCOMPARE(DRSCatalogue[Walker].Description.Text, text + "!");
 
         // A cancelled dialog touches nothing; a file that isn't there says so.
         form->menu_descr_save_Click();
         QCOMPARE(ReadFileBytes(saved), bytes);
-        desktop->FileAnswers = {At("missing.dsc")};
-        form->menu_descr_load_Click();
+        Answer(form->menu_descr_load, At("missing.dsc"));
         QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error opening description file!", MessageStyle::Plain, ""}}));
-        QVERIFY(form->DRSFilesList->isVisible());
 
         // Never into the archive, though the dialog proposes its name after an open.
         const Bytes archive = ReadFileBytes(archivePath);
-        OpenAndSelect(Walker);
-        Pick(0, 1);
-        desktop->FileAnswers = {archivePath};
-        form->menu_descr_save_Click();
+        Open(archivePath);
+        Answer(form->menu_descr_save, archivePath);
         QCOMPARE(desktop->DialogsShown.back().FileName, archivePath);
         QCOMPARE(desktop->Boxes.back(), (ShownMessage{"Error saving description file!", MessageStyle::Plain, ""}));
         QCOMPARE(ReadFileBytes(archivePath), archive);
-    }
-
-    void aLongTextShowsWholeAndIsStoredBackWhole() {
-        const std::string text(40000, 'w');  // longer than a text box takes by default
-        WriteFileText(At("long.dsc"), "1001@0@0@0@" + text + "\r\n");
-        Open(archivePath);
-        desktop->FileAnswers = {At("long.dsc")};
-        form->menu_descr_load_Click();
-        form->DRSFilesList->SetListIndex(Flag);
-        QCOMPARE(form->RenameTextBox->text().size(), qsizetype(text.size()));
-        form->RenameTextBox->end(false);
-        QTest::keyClicks(form->RenameTextBox, "!");
-        QCOMPARE(DRSCatalogue[Flag].Description.Text, text + "!");
     }
 };
 

@@ -20,8 +20,6 @@ private slots:
         QTemporaryDir dir;
         const QString missing = dir.filePath(QStringLiteral("missing.drs"));
         CommonDialog open;
-        open.DialogTitle = "Select DRS file to open";
-        open.Filter = "DRS files (*.drs)|*.drs|All files (*.*)|*.*";
         open.InitDir = dir.path().toStdString() + "/";
         bool boxShown = false;
         QTimer::singleShot(0, [&] {
@@ -38,8 +36,7 @@ private slots:
             dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(missing);
             QMetaObject::invokeMethod(dialog, "accept");  // as the Open button does
         });
-        QtDialogs dialogs;
-        QVERIFY(dialogs.ShowOpen(open));
+        QVERIFY(QtDialogs().ShowOpen(open));
         QVERIFY(!boxShown);
         QCOMPARE(open.FileName, missing.toStdString());
     }

@@ -9,7 +9,6 @@
 #include <QWheelEvent>
 
 #include "WindowFixture.h"
-#include "colour/Palettes.h"
 #include "shell/Controls.h"
 
 using namespace fixtures;
@@ -17,17 +16,12 @@ using namespace fixtures;
 class MainFormViewerTest : public QObject, public WindowFixture {
     Q_OBJECT
 
-    // The picture box as the screen shows it, rendered at a device-pixel ratio.
-    QImage Shown(qreal ratio = 1) const {
-        const QSize size = form->ResDisplayPic->size() * ratio;
-        QImage image(size, QImage::Format_RGB32);
-        image.setDevicePixelRatio(ratio);
-        form->ResDisplayPic->render(&image);
-        return image;
-    }
-
-    // Each pixel of the frame on show is a square of `side` pixels of the same colour in `shown`.
-    bool SharpSquares(const QImage& shown, int side) const {
+    // Each pixel of the frame on show is a square of `side` pixels of the same colour on a screen of
+    // `ratio` device pixels a pixel.
+    bool SharpSquares(int side, qreal ratio = 1) const {
+        QImage shown(form->ResDisplayPic->size() * ratio, QImage::Format_RGB32);
+        shown.setDevicePixelRatio(ratio);
+        form->ResDisplayPic->render(&shown);
         const QImage frame = form->ResDisplayPic->Picture();
         for (int y = 0; y < shown.height(); ++y)
             for (int x = 0; x < shown.width(); ++x)
@@ -35,9 +29,6 @@ class MainFormViewerTest : public QObject, public WindowFixture {
         return true;
     }
 
-    void Tick(int times = 1) {
-        for (int i = 0; i < times; ++i) form->AnimateTimer_Timer();
-    }
     bool Playing() const { return form->menu_image_play->isChecked() && form->AnimateTimer->isActive(); }
 
 private slots:
@@ -45,11 +36,9 @@ private slots:
     void cleanup() { TearDown(); }
 
     void theNewItemsComeAfterTheDesignsOwn() {
-        std::vector<std::string> items;
-        for (QAction* action : form->menu_image->actions())
-            if (action->isVisible()) items.push_back(Str(action->text()));
-        QCOMPARE(items, (std::vector<std::string>{"Auto-refresh", "Refresh", "Save as BMP", "Save as image sequence",
-                                                  "Zoom in", "Zoom out", "Actual size", "Play animation"}));
+        QCOMPARE(VisibleItems(form->menu_image), (std::vector<std::string>{"Auto-refresh", "Refresh", "Save as BMP",
+                                                                         "Save as image sequence", "Zoom in", "Zoom out",
+                                                                         "Actual size", "Play animation"}));
         QCOMPARE(form->menu_image_zoomin->shortcuts(),
                  (QList<QKeySequence>{QKeySequence(Qt::CTRL | Qt::Key_Plus), QKeySequence(Qt::CTRL | Qt::Key_Equal)}));
         QCOMPARE(form->menu_image_play->shortcut(), QKeySequence(Qt::Key_P));
@@ -59,20 +48,17 @@ private slots:
         OpenAndSelect(Layered);  // frame 1 is 4 x 2
         const QSize designSize = form->ResDisplayPic->size();
         const TwipsRect designTwips = form->TwipsOf(form->ResDisplayPic);
-        const std::vector<std::pair<QAction*, int32_t>> steps = {
-            {form->menu_image_zoomin, 2}, {form->menu_image_zoomin, 3}, {form->menu_image_zoomin, 4},
-            {form->menu_image_zoomout, 3}, {form->menu_image_zoomin, 4}, {form->menu_image_zoomin, 6}};
-        for (auto [item, zoom] : steps) {
-            item->trigger();
+        for (int32_t zoom : {2, 3, 4, 3, 4, 6}) {
+            (zoom > form->Zoom ? form->menu_image_zoomin : form->menu_image_zoomout)->trigger();
             QCOMPARE(form->Zoom, zoom);
             QCOMPARE(form->ResDisplayPic->size(), designSize * zoom);
         }
-        QVERIFY(SharpSquares(Shown(), 6));
-        QVERIFY(SharpSquares(Shown(2), 12));  // a screen of two device pixels a pixel: no blur either
+        QVERIFY(SharpSquares(6));
+        QVERIFY(SharpSquares(12, 2));  // a screen of two device pixels a pixel: no blur either
 
         form->FrameScroll->setValue(2);  // 2 x 3
         QCOMPARE(form->ResDisplayPic->size(), QSize(12, 18));
-        QVERIFY(SharpSquares(Shown(), 6));
+        QVERIFY(SharpSquares(6));
         form->DRSFilesList->SetListIndex(Walker);  // 4 x 3
         QCOMPARE(form->ResDisplayPic->size(), QSize(24, 18));
 
@@ -84,73 +70,51 @@ private slots:
         form->menu_image_actualsize->trigger();
         form->DRSFilesList->SetListIndex(Layered);
         QCOMPARE(form->TwipsOf(form->ResDisplayPic), designTwips);  // exactly the design's picture
-        QVERIFY(SharpSquares(Shown(), 1));
+        QVERIFY(SharpSquares(1));
         form->menu_image_zoomout->trigger();
         QCOMPARE(form->Zoom, 1);
-    }
 
-    void ctrlAndTheWheelOverThePictureZoom() {
-        OpenAndSelect(Layered);
-        auto wheel = [this](int angle, Qt::KeyboardModifiers modifiers) {
+        // Ctrl and the wheel over the picture zoom too, a notch of 120 a step; the wheel alone doesn't.
+        for (auto [angle, modifiers, zoom] : {std::tuple{120, Qt::NoModifier, 1}, {240, Qt::ControlModifier, 3},
+                                              {60, Qt::ControlModifier, 3}, {-180, Qt::ControlModifier, 2}}) {
             QWheelEvent event(QPointF(1, 1), form->ResDisplayPic->mapToGlobal(QPointF(1, 1)), QPoint(), QPoint(0, angle),
                               Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
             QApplication::sendEvent(form->ResDisplayPic, &event);
-        };
-        wheel(120, Qt::NoModifier);
-        QCOMPARE(form->Zoom, 1);
-        wheel(240, Qt::ControlModifier);
-        QCOMPARE(form->Zoom, 3);
-        wheel(60, Qt::ControlModifier);  // half a notch: not yet
-        QCOMPARE(form->Zoom, 3);
-        wheel(-180, Qt::ControlModifier);
-        QCOMPARE(form->Zoom, 2);
+            QCOMPARE(form->Zoom, zoom);
+        }
     }
 
-    void playingMovesOneFrameATickAndWrapsToTheFirst() {
+    void playingMovesOneFrameATickWrapsToTheFirstAndStopsEveryWay() {
         OpenAndSelect(Walker);  // 3 frames
         form->menu_image_play->trigger();
         QVERIFY(Playing());
         QCOMPARE(form->AnimateTimer->interval(), 100);
-        for (int frame : {2, 3, 1, 2}) {
-            Tick();
+        for (auto [frame, width] : {std::pair{2, 9}, {3, 2}, {1, 4}, {2, 9}}) {
+            form->AnimateTimer_Timer();
             QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame " + std::to_string(frame) + " of 3");
-            QCOMPARE(form->ResDisplayPic->Picture().width(), frame == 2 ? 9 : frame == 3 ? 2 : 4);
+            QCOMPARE(form->ResDisplayPic->Picture().width(), width);
         }
-        QVERIFY(Playing());
         QTRY_COMPARE_WITH_TIMEOUT(form->FrameScroll->value(), 3, 5000);  // and the timer moves it on by itself
-        form->menu_image_play->trigger();  // chosen again
-        QVERIFY(!Playing() && !form->menu_image_play->isChecked());
-    }
 
-    void playingStopsOnSelectionDialogBoxEscapeAndARefusedSprite() {
-        auto play = [this] {
-            form->menu_image_play->trigger();
-            QVERIFY(Playing());
-        };
-        OpenAndSelect(Walker);
-        play();
-        form->DRSFilesList->SetListIndex(Flag);
-        QVERIFY(!Playing());
-
-        play();
-        form->menu_savebmp->trigger();  // its dialog, cancelled
-        QVERIFY(!Playing());
-
-        play();
-        form->ShowMessage("a box", MessageStyle::Plain);
-        QVERIFY(!Playing());
-
-        play();
+        // Play chosen again, a selection, a dialog, a box, ESC, and a sprite that turns unreadable stop it.
         form->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(form.get()));
-        QTest::keyClick(form->DRSFilesList, Qt::Key_Escape);
-        QVERIFY(!Playing());
-
-        form->DRSFilesList->SetListIndex(Walker);
-        play();
-        WriteFileText(form->ResDisplayPic->Tag, "bad");  // the sprite on show turns unreadable
-        Tick();
-        QVERIFY(!Playing());
+        const std::function<void()> stops[] = {
+            [&] { form->menu_image_play->trigger(); },
+            [&] { form->DRSFilesList->SetListIndex(Layered); },
+            [&] { form->menu_savebmp->trigger(); },  // its dialog, cancelled
+            [&] { form->ShowMessage("a box", MessageStyle::Plain); },
+            [&] { QTest::keyClick(form->DRSFilesList, Qt::Key_Escape); },
+            [&] {
+                WriteFileText(form->ResDisplayPic->Tag, "bad");
+                form->AnimateTimer_Timer();
+            }};
+        for (const auto& stop : stops) {
+            if (!Playing()) form->menu_image_play->trigger();
+            QVERIFY(Playing());
+            stop();
+            QVERIFY(!Playing() && !form->menu_image_play->isChecked());
+        }
         form->menu_image_play->trigger();  // a refused sprite has nothing to play
         QVERIFY(!form->menu_image_play->isChecked());
     }

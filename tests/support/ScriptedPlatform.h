@@ -1,6 +1,6 @@
 #pragma once
-// The desktop for window tests: dialogs and boxes answered from a script, and a record of everything
-// the window asked for.
+// The desktop for window tests: dialogs answered from a script, boxes answered OK, and a record of
+// everything the window asked for.
 
 #include <deque>
 #include <functional>
@@ -17,17 +17,12 @@ class ScriptedPlatform : public CommonDialogs, public MessageBoxes, public Sound
 public:
     // The file name each file dialog hands back in turn; nullopt cancels, and so does a script run dry.
     std::deque<std::optional<std::string>> FileAnswers;
-    std::deque<int16_t> FilterAnswers;  // the filter index each file dialog hands back; as it came while empty
+    std::deque<std::optional<int16_t>> FilterAnswers;  // the filter index each file dialog hands back; as it came while empty
     std::deque<std::optional<uint32_t>> ColourAnswers;
-    std::deque<MessageAnswer> BoxAnswers;  // OK once it runs dry
     std::vector<CommonDialog> DialogsShown;  // each as it stood when shown
     std::vector<ShownMessage> Boxes;
     std::vector<std::string> Sounds;
-    bool EscapeHeld = false;
-    int EscapeFromAsk = 0;  // above 0: ESC goes down at that ask of IsDown and stays down
-    int EscapeAsks = 0;
-    std::function<void()> WhenEscapeAsked;  // to look at the window in the middle of its work
-    int ClipboardPuts = 0;
+    std::function<bool()> Escape;  // asked whether ESC is down, and free to look at the window's work
 
     Platform Services() { return {*this, *this, *this, *this, *this}; }
 
@@ -42,17 +37,11 @@ public:
     }
     MessageAnswer ShowMessage(std::string_view text, MessageStyle style, std::string_view title) override {
         Boxes.push_back({std::string(text), style, std::string(title)});
-        if (BoxAnswers.empty()) return MessageAnswer::OK;
-        const MessageAnswer answer = BoxAnswers.front();
-        BoxAnswers.pop_front();
-        return answer;
+        return MessageAnswer::OK;
     }
     void PlayInBackground(const std::string& path) override { Sounds.push_back(path); }
-    bool IsDown() override {
-        if (WhenEscapeAsked) WhenEscapeAsked();
-        return EscapeHeld || (EscapeFromAsk > 0 && ++EscapeAsks >= EscapeFromAsk);
-    }
-    bool PutBitmap(const cDIBSection&) override { return ++ClipboardPuts, true; }
+    bool IsDown() override { return Escape && Escape(); }
+    bool PutBitmap(const cDIBSection&) override { return true; }
 
 private:
     template <typename T>
@@ -67,10 +56,7 @@ private:
         const std::optional<std::string> answer = Next(FileAnswers);
         if (!answer || answer->empty()) return false;
         dialog.FileName = *answer;
-        if (!FilterAnswers.empty()) {
-            dialog.FilterIndex = FilterAnswers.front();
-            FilterAnswers.pop_front();
-        }
+        if (const std::optional<int16_t> filter = Next(FilterAnswers)) dialog.FilterIndex = *filter;
         return true;
     }
 };

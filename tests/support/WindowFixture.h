@@ -4,15 +4,15 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include <QColor>
-#include <QMenuBar>
+#include <QMenu>
 #include <QTemporaryDir>
 
-#include "RecordingHost.h"
 #include "ScriptedPlatform.h"
 #include "Writers.h"
 #include "archive/UsefulCode.h"
@@ -38,23 +38,18 @@ inline Bytes SpriteOf(std::vector<std::pair<int32_t, int32_t>> sizes) {
 // Two frames with a pixel of every layer; the second is taller, with its hot spot outside it.
 //   frame 1 (4 x 2, hot spot 1,1):  transparent  colour 7   player 1      shadow
 //                                   outline in   outline out colour 252   colour 7
-inline Art LayeredArt() {
-    Art art(4, 2);
-    art.At(1, 0) = {Layer::Colour, 7};
-    art.At(2, 0) = {Layer::Player, 1};
-    art.At(3, 0) = {Layer::Shadow, 0};
-    art.At(0, 1) = {Layer::OutlineInner, 0};
-    art.At(1, 1) = {Layer::OutlineOuter, 0};
-    art.At(2, 1) = {Layer::Colour, 252};  // 0xFF00FF in the default palette
-    art.At(3, 1) = {Layer::Colour, 7};
-    return art;
-}
-
 inline Bytes LayeredSprite() {
-    Art second(2, 3);
+    Art first(4, 2), second(2, 3);
+    first.At(1, 0) = {Layer::Colour, 7};
+    first.At(2, 0) = {Layer::Player, 1};
+    first.At(3, 0) = {Layer::Shadow, 0};
+    first.At(0, 1) = {Layer::OutlineInner, 0};
+    first.At(1, 1) = {Layer::OutlineOuter, 0};
+    first.At(2, 1) = {Layer::Colour, 252};  // 0xFF00FF in the default palette
+    first.At(3, 1) = {Layer::Colour, 7};
     second.At(0, 0) = {Layer::Colour, 9};
     second.At(1, 2) = {Layer::Shadow, 0};
-    return WriteSprite({EncodeFrame(LayeredArt(), 1, 1), EncodeFrame(second, -2, 5)});
+    return WriteSprite({EncodeFrame(first, 1, 1), EncodeFrame(second, -2, 5)});
 }
 
 // A colour value (red in the low byte) as Qt gives a pixel back.
@@ -62,9 +57,10 @@ inline QColor ColourOf(uint32_t value) { return QColor(int(value & 0xFF), int(va
 
 inline std::string Str(const QString& text) { return text.toStdString(); }
 
-inline std::vector<std::string> VisibleMenuBar(MainForm& form) {
+// The captions of the items a menu or the menu bar shows, in order.
+inline std::vector<std::string> VisibleItems(const QWidget* menu) {
     std::vector<std::string> captions;
-    for (QAction* action : form.menuBar()->actions())
+    for (QAction* action : menu->actions())
         if (action->isVisible()) captions.push_back(Str(action->text()));
     return captions;
 }
@@ -81,7 +77,7 @@ struct WindowFixture {
     Bytes layered = LayeredSprite();
     Bytes odd = {1, 2, 3};
     Bytes broken = Bytes(walker.begin(), walker.begin() + 40);  // cut inside its frame table
-    Bytes pal;
+    Bytes pal = BytesOf(WriteJascPal(std::vector<uint32_t>(256, 0x102030)));
 
     // A fresh folder, "temp" pointing into it, no registry, the archive written and the window shown.
     void SetUp() {
@@ -89,8 +85,6 @@ struct WindowFixture {
         qputenv("temp", QByteArray::fromStdString(At("tmp")));
         qputenv("WINEPREFIX", QByteArray::fromStdString(At("no-prefix")));
         archivePath = At("tiny.drs");
-        const std::string palText = WriteJascPal(std::vector<uint32_t>(256, 0x102030));
-        pal.assign(palText.begin(), palText.end());
         WriteFileBytes(archivePath,
                        WriteArchive({Flavour::Year2001,
                                      {{StoredTag("slp"), {{1000, walker}, {1001, flag}, {1002, broken}, {1003, layered}}},
@@ -109,21 +103,12 @@ struct WindowFixture {
     }
 
     Bytes EntryBytes(int row) const {
-        switch (row) {
-        case Walker: return walker;
-        case Flag: return flag;
-        case Broken: return broken;
-        case Layered: return layered;
-        case Tone: return tone;
-        case Text: return textEntry;
-        case Pal: return pal;
-        case Odd: return odd;
-        default: return {};
-        }
+        const std::map<int, const Bytes*> entries = {{Walker, &walker}, {Flag, &flag}, {Broken, &broken}, {Layered, &layered},
+                                                     {Tone, &tone},     {Text, &textEntry}, {Pal, &pal}, {Odd, &odd}};
+        return entries.contains(row) ? *entries.at(row) : Bytes{};
     }
 
-    std::string At(const char* name) const { return dir->filePath(name).toStdString(); }
-    std::string At(const std::string& name) const { return At(name.c_str()); }
+    std::string At(const std::string& name) const { return dir->filePath(QString::fromStdString(name)).toStdString(); }
 
     // File > Open..., answered with path.
     void Open(const std::string& path) {
