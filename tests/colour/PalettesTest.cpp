@@ -12,30 +12,31 @@ using namespace fixtures;
 
 namespace {
 
+const std::vector<ShownMessage> NotValid{{"Not valid palette file!", MessageStyle::Plain, ""}};
+
 struct PaletteTest : testing::Test {
     TempDir dir;
     RecordingHost host;
     std::array<uint32_t, 256> defaults{};
     void SetUp() override { ASSERT_EQ(LoadPalette("", host).State, PaletteLoad::Loaded); defaults = Palette; }
-    // Loads a file of the three header lines and the given colour lines.
+    // Loads a file of the three header lines, the version and count read by nobody, and the given colour lines.
     PaletteLoad Load(const std::vector<std::string>& lines, std::string_view first = "JASC-PAL") {
-        std::string text = std::string(first) + "\r\n0100\r\n256\r\n";
+        std::string text = std::string(first) + "\r\nany version\r\n16\r\n";
         for (const std::string& line : lines) text += line + "\r\n";
         WriteFileText(dir / "p.pal", text);
         return LoadPalette(dir / "p.pal", host).State;
     }
 };
 
-TEST_F(PaletteTest, FileRoundTripAndBackToTheCarriedDefault) {
-    std::vector<uint32_t> colours(256);
-    for (uint32_t i = 0; i < 256; ++i) colours[i] = RGB(int32_t(i), int32_t(255 - i), int32_t(i * 7 % 256));
-    WriteFileText(dir / "p.pal", WriteJascPal(colours, "any version", "16"));
-    ASSERT_EQ(LoadPalette(dir / "p.pal", host).State, PaletteLoad::Loaded);
-    EXPECT_TRUE(std::ranges::equal(colours, Palette));
-    ASSERT_EQ(LoadPalette("", host).State, PaletteLoad::Loaded);
+// The window starts with the carried palette and the colour choices it first draws.
+TEST_F(PaletteTest, DefaultsAreTheCarriedPaletteAndTheFirstColourChoices) {
     // Entry 1 is "0 74 161", 16 "0 0 82", 23 "205 250 255".
-    EXPECT_EQ(std::tuple(Palette[0], Palette[1], Palette[16], Palette[23], Palette[255]),
+    EXPECT_EQ(std::tuple(defaults[0], defaults[1], defaults[16], defaults[23], defaults[255]),
               std::tuple(0u, 0xA14A00u, 0x520000u, 0xFFFACDu, 0xFFFFFFu));
+    MaskColour = ShadowColour = OutlineInnerColour = OutlineOuterColour = 0x123456;
+    ResetColourChoices();
+    EXPECT_EQ(std::vector({MaskColour, ShadowColour, OutlineInnerColour, OutlineOuterColour}),
+              std::vector<uint32_t>({RGB(0, 0, 0), RGB(127, 127, 127), RGB(0, 0, 255), RGB(255, 255, 0)}));
 }
 
 TEST_F(PaletteTest, LinesAreReadAsTextItems) {
@@ -51,8 +52,7 @@ TEST_F(PaletteTest, LinesAreReadAsTextItems) {
 
 TEST_F(PaletteTest, BadFilesAreRefusedOrStopWithTheEntriesReadSoFar) {
     EXPECT_EQ(Load({"1 2 3"}, "jasc-pal"), PaletteLoad::Refused);
-    EXPECT_EQ(Palette, defaults);
-    EXPECT_EQ(host.Messages, (std::vector<ShownMessage>{{"Not valid palette file!", MessageStyle::Plain, ""}}));
+    EXPECT_EQ(std::pair(Palette, host.Messages), std::pair(defaults, NotValid));
     auto want = defaults;
     want[0] = RGB(9, 8, 7);
     for (const char* second : {"-1 0 0", "32768 0 0", "x 0 0", "1 2", "the file ends"}) {
@@ -62,23 +62,9 @@ TEST_F(PaletteTest, BadFilesAreRefusedOrStopWithTheEntriesReadSoFar) {
         EXPECT_EQ(Load(lines), PaletteLoad::Failed) << second;
         EXPECT_EQ(Palette, want) << second;
     }
-    // Binary junk is no palette file; 258 colour lines fill 256 entries.
-    std::string junk(4096, '\0');
-    for (size_t i = 0; i < junk.size(); ++i) junk[i] = char(i * 131 + i / 7);
-    WriteFileText(dir / "junk.pal", junk);
-    EXPECT_EQ(LoadPalette(dir / "junk.pal", host).State, PaletteLoad::Refused);
-    EXPECT_EQ(Load(std::vector<std::string>(258, "4 5 6")), PaletteLoad::Loaded);
-    EXPECT_EQ(Palette[255], RGB(4, 5, 6));
     host.Messages.clear();
     EXPECT_EQ(LoadPalette(dir / "missing.pal", host).State, PaletteLoad::Failed);
     EXPECT_TRUE(host.Messages.empty());  // a failure leaves its box to the caller
-}
-
-TEST(ColourChoicesTest, StartAsTheWindowFirstDrawsThem) {
-    MaskColour = ShadowColour = OutlineInnerColour = OutlineOuterColour = 0x123456;
-    ResetColourChoices();
-    EXPECT_EQ(std::vector({MaskColour, ShadowColour, OutlineInnerColour, OutlineOuterColour}),
-              std::vector<uint32_t>({RGB(0, 0, 0), RGB(127, 127, 127), RGB(0, 0, 255), RGB(255, 255, 0)}));
 }
 
 // ---- palette files of other programs -----------------------------------------------------------------
@@ -100,8 +86,14 @@ struct AnyPaletteTest : PaletteTest {
     }
 };
 
+// JASC-PAL comes first and reads however long it is: here a version line of 1 MiB puts its colours past
+// the size of any other palette file.
 TEST_F(AnyPaletteTest, EachFormatGivesItsColoursBlackBehindThemAndNoMoreThan256) {
+    const std::string jasc = WriteJascPal(Rainbow(256));
+    std::string big = jasc;
+    big.insert(big.find('\n') + 1, std::string(MaxPaletteFileSize, 'v'));
     const struct { const char* name; std::string bytes; size_t count; } cases[] = {
+        {"big.act", big, 256},
         {"riff.pal", Text(WriteRiffPal(Rainbow(256))), 256},
         {"short.pal", Text(WriteRiffPal(Rainbow(16))), 16},
         {"long.pal", Text(WriteRiffPal(Rainbow(300))), 300},
@@ -121,12 +113,21 @@ TEST_F(AnyPaletteTest, EachFormatGivesItsColoursBlackBehindThemAndNoMoreThan256)
     std::istringstream act(Text(WriteAct(Rainbow(256), false)));
     ASSERT_EQ(LoadAnyPalette(act, "x.act", host).State, PaletteLoad::Loaded);
     EXPECT_EQ(Palette[200], Rainbow(201)[200]);
+    // A JASC-PAL file that ends early keeps the colours read so far, in the same words as LoadPalette.
+    const PaletteResult cut = LoadAny("cut.gpl", jasc.substr(0, jasc.size() / 2));
+    EXPECT_EQ(std::pair(Palette[0], Palette[255]), std::pair(Rainbow(1)[0], Untouched));
+    EXPECT_EQ(std::pair(cut.State, cut.Detail), std::pair(PaletteLoad::Failed, LoadPalette(dir / "cut.gpl", host).Detail));
+    // The design's routine knows JASC-PAL alone.
+    WriteFileText(dir / "gimp.gpl", WriteGimpPal(Rainbow(4)));
+    EXPECT_EQ(LoadPalette(dir / "gimp.gpl", host).State, PaletteLoad::Refused);
 }
 
 TEST_F(AnyPaletteTest, DamagedOrUnknownFilesLeaveThePaletteAlone) {
     Bytes riff = WriteRiffPal(Rainbow(16));
     auto patched = [&](size_t at, int32_t value) { Bytes b = riff; PutI32(b, at, value); return Text(b); };
     const std::string gimp = "GIMP Palette\n1 2 3\n";
+    std::string junk(4096, '\0');
+    for (size_t i = 0; i < junk.size(); ++i) junk[i] = char(i * 131 + i / 7);
     const struct { const char* name; std::string bytes; PaletteLoad state; } cases[] = {
         {"cut.pal", Text(riff).substr(0, riff.size() - 1), PaletteLoad::Failed},
         {"huge-chunk.pal", patched(16, -1), PaletteLoad::Failed},  // the first chunk's size
@@ -140,36 +141,17 @@ TEST_F(AnyPaletteTest, DamagedOrUnknownFilesLeaveThePaletteAlone) {
         {"769.act", Text(WriteAct(Rainbow(256), false)) + "x", PaletteLoad::Refused},
         {"table.pal", Text(WriteAct(Rainbow(256), false)), PaletteLoad::Refused},  // no .act, no signature
         {"gimp.pal", "GIMP Palettes\n1 2 3\n", PaletteLoad::Refused},
+        {"junk.pal", junk, PaletteLoad::Refused},  // binary junk is no palette file of any format
     };
     for (const auto& c : cases) {
         host.Messages.clear();
         const PaletteResult result = LoadAny(c.name, c.bytes);
-        EXPECT_EQ(result.State, c.state) << c.name << ": " << result.Detail;
-        EXPECT_EQ(std::ranges::count(Palette, Untouched), 256) << c.name;
-        if (c.state == PaletteLoad::Refused) {
-            EXPECT_EQ(result.Detail, KnownPaletteFormats) << c.name;
-            EXPECT_EQ(host.Messages, (std::vector<ShownMessage>{{"Not valid palette file!", MessageStyle::Plain, ""}})) << c.name;
-        } else {
-            EXPECT_TRUE(host.Messages.empty() && result.Detail.starts_with(dir / c.name)) << c.name;
-        }
+        const bool refused = c.state == PaletteLoad::Refused;
+        EXPECT_EQ(std::tuple(result.State, std::ranges::count(Palette, Untouched), host.Messages),
+                  std::tuple(c.state, 256, refused ? NotValid : std::vector<ShownMessage>{}))
+            << c.name << ": " << result.Detail;
+        EXPECT_TRUE(refused ? result.Detail == KnownPaletteFormats : result.Detail.starts_with(dir / c.name)) << c.name;
     }
-}
-
-TEST_F(AnyPaletteTest, JascPalComesFirstAndReadsAsEver) {
-    // A JASC-PAL file reads however long it is: here a version line of 1 MiB puts its colours past
-    // the size of any other palette file.
-    const std::string jasc = WriteJascPal(Rainbow(256));
-    std::string big = jasc;
-    big.insert(big.find('\n') + 1, std::string(MaxPaletteFileSize, 'v'));
-    ASSERT_EQ(LoadAny("big.act", big).State, PaletteLoad::Loaded);
-    EXPECT_TRUE(std::ranges::equal(Palette, Rainbow(256)));
-    // A file that ends early keeps the colours read so far, in the same words as LoadPalette.
-    const PaletteResult cut = LoadAny("cut.gpl", jasc.substr(0, jasc.size() / 2));
-    EXPECT_EQ(std::pair(Palette[0], Palette[255]), std::pair(Rainbow(1)[0], Untouched));
-    EXPECT_EQ(std::pair(cut.State, cut.Detail), std::pair(PaletteLoad::Failed, LoadPalette(dir / "cut.gpl", host).Detail));
-    // The design's routine knows JASC-PAL alone.
-    WriteFileText(dir / "gimp.gpl", WriteGimpPal(Rainbow(4)));
-    EXPECT_EQ(LoadPalette(dir / "gimp.gpl", host).State, PaletteLoad::Refused);
 }
 
 }  // namespace

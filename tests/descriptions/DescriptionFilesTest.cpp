@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "RecordingHost.h"
+#include "Writers.h"
 #include "archive/UsefulCode.h"
 #include "descriptions/DescriptionFiles.h"
 
@@ -32,11 +33,12 @@ struct DescriptionFileTest : testing::Test {
     // Two tables behind headings of id 0; id 100 stands in both.
     const std::vector<int32_t> ids{0, 12, 100, -7, 0, 100, INT32_MIN};
 
-    void SetUp() override { Describe(Descriptions(ids.size())); }
+    void SetUp() override { Describe(); }
     void TearDown() override { DRSCatalogue.clear(); }
 
-    // A fresh catalogue and list, with these descriptions.
-    void Describe(const Descriptions& descriptions) {
+    // A fresh catalogue and list, with these descriptions (the rest blank).
+    void Describe(Descriptions descriptions = {}) {
+        descriptions.resize(ids.size());
         DRSCatalogue.clear();
         host.Rows.clear();
         for (size_t r = 0; r < ids.size(); ++r) {
@@ -45,23 +47,16 @@ struct DescriptionFileTest : testing::Test {
         }
         host.ListVisibleHistory.clear();
     }
-    Descriptions Held() const {
-        Descriptions held;
-        for (const CatalogueRow& row : DRSCatalogue) held.push_back(row.Description);
-        return held;
-    }
-    std::vector<std::string> RowTexts() const {
-        std::vector<std::string> texts;
-        for (const ListRow& row : host.Rows) texts.push_back(row.Text);
-        return texts;
+    // The descriptions held, and the texts of the list.
+    std::pair<Descriptions, std::vector<std::string>> Shown() const {
+        std::pair<Descriptions, std::vector<std::string>> shown;
+        for (const CatalogueRow& row : DRSCatalogue) shown.first.push_back(row.Description);
+        for (const ListRow& row : host.Rows) shown.second.push_back(row.Text);
+        return shown;
     }
     Outcome Load(std::string_view fileText) {
         WriteFileText(dir / "d.dsc", fileText);
         return LoadDescriptionFile(dir / "d.dsc", host);
-    }
-    std::string Saved() {
-        const auto bytes = ReadFileBytes(dir / "d.dsc");
-        return {bytes.begin(), bytes.end()};
     }
 };
 
@@ -70,17 +65,18 @@ TEST_F(DescriptionFileTest, SaveWritesADescribedRowALineAndLoadPutsThemBack) {
     Describe({{{1, 0, 0}, " "}, {{2, 3, 1}, " café @ x "}, {}, {{0, 0, 9}, ""}, {{0, 0, 2}, "second table"}, {},
               {{6, 4, 0}, "ok"}});
     ASSERT_TRUE(SaveDescriptionFile(dir / "d.dsc"));
-    EXPECT_EQ(Saved(), "0@1@0@0@\r\n12@2@3@1@caf\xE9 @ x\r\n-7@0@0@9@\r\n0@0@0@2@second table\r\n"
-                       "-2147483648@6@4@0@ok\r\n");
+    EXPECT_EQ(ReadFileBytes(dir / "d.dsc"),
+              BytesOf("0@1@0@0@\r\n12@2@3@1@caf\xE9 @ x\r\n-7@0@0@9@\r\n0@0@0@2@second table\r\n-2147483648@6@4@0@ok\r\n"));
     EXPECT_FALSE(SaveDescriptionFile(dir / "no such folder/d.dsc"));
 
-    Describe(Descriptions(ids.size()));
+    Describe();
     ASSERT_TRUE(LoadDescriptionFile(dir / "d.dsc", host));
     // Both lines of id 0 land on the first heading, the later winning. A text is trimmed as it is saved,
     // not as it is read, and "@" ends it: "café @ x" reads back as "café ".
-    EXPECT_EQ(Held(), (Descriptions{{{0, 0, 2}, "second table"}, {{2, 3, 1}, "café "}, {}, {{0, 0, 9}, ""}, {}, {},
-                                    {{6, 4, 0}, "ok"}}));
-    EXPECT_EQ(RowTexts(), (std::vector<std::string>{"second table", "M/T3: café ", "100", "", "--SLP--", "100", "F/T4: ok"}));
+    EXPECT_EQ(Shown(), std::pair(Descriptions{{{0, 0, 2}, "second table"}, {{2, 3, 1}, "café "}, {}, {{0, 0, 9}, ""}, {}, {},
+                                              {{6, 4, 0}, "ok"}},
+                                 std::vector<std::string>{"second table", "M/T3: café ", "100", "", "--SLP--", "100",
+                                                          "F/T4: ok"}));
     EXPECT_EQ(host.ListVisibleHistory, (std::vector<bool>{false, true}));
 }
 
@@ -100,31 +96,27 @@ TEST_F(DescriptionFileTest, OddLinesAreReadByTheirLeadingNumbers) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.Line);
         Describe(Descriptions(ids.size(), before));
-        auto rows = RowTexts();
+        auto want = Shown();
         ASSERT_TRUE(Load(std::string(c.Line) + "\r\n"));
-        auto want = Descriptions(ids.size(), before);
-        if (c.Row >= 0) want[c.Row] = c.After, rows[c.Row] = BuildRowText(c.After);
-        EXPECT_EQ(Held(), want);
-        EXPECT_EQ(RowTexts(), rows);
+        if (c.Row >= 0) want.first[c.Row] = c.After, want.second[c.Row] = BuildRowText(c.After);
+        EXPECT_EQ(Shown(), want);
     }
 }
 
-TEST_F(DescriptionFileTest, LfEndsALineAndTheLastNeedsNoEnd) {
+// LF ends a line too, the last line needs no end, and a text has no length limit; but a file that can't
+// be read, or is larger than 64 MiB, is refused and changes nothing.
+TEST_F(DescriptionFileTest, AnyFileUpTo64MiBIsReadToItsLastLine) {
     const std::string huge(10'000'000, 'h');
     ASSERT_TRUE(Load("12@1@0@0@lf\n-7@0@2@0@" + huge + "\r\n100@0@0@1@last"));
-    EXPECT_EQ(Held(), (Descriptions{{}, {{1, 0, 0}, "lf"}, {{0, 0, 1}, "last"}, {{0, 2, 0}, huge}, {}, {}, {}}));
-    EXPECT_EQ(host.Rows[3].Text, "T2: " + huge);
-}
-
-TEST_F(DescriptionFileTest, ARefusedFileChangesNothing) {
-    const Descriptions before(ids.size(), {{1, 1, 1}, "before"});
-    Describe(before);
-    const auto rows = RowTexts();
+    const auto read = Shown();
+    EXPECT_EQ(read.first, (Descriptions{{}, {{1, 0, 0}, "lf"}, {{0, 0, 1}, "last"}, {{0, 2, 0}, huge}, {}, {}, {}}));
+    EXPECT_EQ(read.second[3], "T2: " + huge);
+    host.ListVisibleHistory.clear();
     EXPECT_FALSE(LoadDescriptionFile(dir / "missing.dsc", host));
     WriteFileText(dir / "big.dsc", "12@0@0@0@a\r\n");
     std::filesystem::resize_file(dir / "big.dsc", (64u << 20) + 1);
     EXPECT_FALSE(LoadDescriptionFile(dir / "big.dsc", host));
-    EXPECT_EQ(std::tuple(Held(), RowTexts(), host.ListVisibleHistory.size()), std::tuple(before, rows, size_t{0}));
+    EXPECT_EQ(std::pair(Shown(), host.ListVisibleHistory.size()), std::pair(read, size_t{0}));
 }
 
 }  // namespace

@@ -44,16 +44,16 @@ TEST(cDIBSectionTest, CreateStartsFromZeroPadsRowsToFourBytesAndRefusesEmptyAndH
     for (auto [width, bytes] : {std::pair{1, 4}, {2, 8}, {3, 12}, {4, 12}, {5, 16}, {4096, 12288}})
         EXPECT_EQ(held.Create(width, 4096) ? held.BytesPerScanLine() : -1, bytes) << width;
     for (auto [width, height] : {std::pair{0, 1}, {1, 0}, {-1, 5}, {4097, 4096}, {65536, 65537}}) {
-        SCOPED_TRACE(testing::Message() << width << " x " << height);
-        held = ThreeByTwo();  // a refused size lets go of the old surface too, through either call
-        EXPECT_FALSE(held.Create(width, height));
-        EXPECT_EQ(std::tuple(held.IsCreated(), held.hdc(), held.GetPixel(0, 0)), std::tuple(false, uintptr_t{0}, CLR_INVALID));
-        held = ThreeByTwo();
-        EXPECT_FALSE(held.CreateDIB(width, height));
-        held.SetPixelV(width - 1, height - 1, 0xFFFFFF);  // past the old pixels, were they still there
-        held.FillRun(0, width - 1, height - 1, 0xFFFFFF);
-        EXPECT_EQ(std::tuple(held.IsCreated(), held.GetPixel(width - 1, height - 1), held.Width(), held.Height()),
-                  std::tuple(false, CLR_INVALID, width, height));
+        for (const bool create : {true, false}) {  // a refused size lets go of the old surface, through either call
+            SCOPED_TRACE(testing::Message() << width << " x " << height << (create ? " by Create" : " by CreateDIB"));
+            held = ThreeByTwo();
+            EXPECT_FALSE(create ? held.Create(width, height) : held.CreateDIB(width, height));
+            held.SetPixelV(width - 1, height - 1, 0xFFFFFF);  // past the old pixels, were they still there
+            held.FillRun(0, width - 1, height - 1, 0xFFFFFF);
+            EXPECT_EQ(std::tuple(held.IsCreated(), held.hdc(), held.GetPixel(0, 0), held.GetPixel(width - 1, height - 1)),
+                      std::tuple(false, uintptr_t{0}, CLR_INVALID, CLR_INVALID));
+            EXPECT_EQ(std::pair(held.Width(), held.Height()), std::pair(width, height));  // the size asked for, no pixels
+        }
     }
 }
 
