@@ -28,17 +28,6 @@ struct CliResult {
     }
 };
 
-inline std::string TextOf(const std::string& path) {
-    const Bytes bytes = ReadFileBytes(path);
-    return {bytes.begin(), bytes.end()};
-}
-
-inline std::set<std::string> NamesIn(const std::string& folder) {
-    std::set<std::string> names;
-    for (const auto& item : std::filesystem::directory_iterator(folder)) names.insert(item.path().filename().string());
-    return names;
-}
-
 // Every file under folder, by its path inside it.
 inline std::map<std::string, Bytes> FilesUnder(const std::string& folder) {
     std::map<std::string, Bytes> files;
@@ -47,17 +36,22 @@ inline std::map<std::string, Bytes> FilesUnder(const std::string& folder) {
     return files;
 }
 
+inline std::set<std::string> NamesOf(const std::map<std::string, Bytes>& files) {
+    std::set<std::string> names;
+    for (const auto& [name, bytes] : files) names.insert(name);
+    return names;
+}
+
 class CliTest : public ::testing::Test {
 protected:
-    TempDir dir;
+    TempDir dir, streams;  // streams: where a command's standard output and error go
     ArchiveLayout layout;  // of test.drs
-    Bytes walk;            // of walk.slp
-    std::vector<uint32_t> colours;  // of p.pal: index i is (i, 7, 255 - i)
 
     // test.drs: table SLP with IDs 5, 5 and -7, a table whose tag reads "../" with ID 9, table BIN with ID 12.
-    // shared.drs: ID 9 in tables SLP and BIN. walk.slp: frames of 4 + i by 3 pixels, a colour and a shadow
-    // pixel in each, hot spot (i, 1); damaged.slp: the same, frame 2 damaged in its last row. sprites.drs:
-    // a BIN entry of ID 1, then walk.slp as IDs 100 to 111, but for 105, which is damaged.slp. p.pal: a JASC-PAL.
+    // shared.drs: ID 9 in tables SLP and BIN. walk.slp: frames of 4 + i by 3 pixels, a colour, a shadow and a
+    // player pixel in each, hot spot (i, 1); damaged.slp: the same, frame 2 damaged in its last row.
+    // sprites.drs: a BIN entry of ID 1, then walk.slp as IDs 100 to 111, but for 105, which is damaged.slp.
+    // p.pal and p.gpl: JASC-PAL and GIMP palettes where index i is (i, 7, 255 - i).
     void SetUp() override {
         const TableFixture tables[] = {{StoredTag("slp"), {{5, {1, 2, 3}}, {5, {4, 5}}, {-7, {}}}}, {StoredTag("../"), {{9, {6}}}},
                                        {StoredTag("bin"), {{12, {7, 8}}}}};
@@ -68,30 +62,39 @@ protected:
             Art art(4 + i, 3);
             art.At(1, 1) = {Layer::Colour, 40};
             art.At(2, 2) = {Layer::Shadow, 0};
+            art.At(3, 0) = {Layer::Player, 2};
             frames.push_back(EncodeFrame(art, i, 1));
         }
         SpriteLayout at;
-        WriteFileBytes(dir / "walk.slp", walk = WriteSprite(frames, "2.0N", "", &at));
+        const Bytes walk = WriteSprite(frames, "2.0N", "", &at);
         Bytes damaged = walk;
         const auto row = size_t(at.RowStreamAt[1][2]);
         damaged[row] = 0x1A, damaged[row + 1] = 240;  // a player colour past the palette
+        WriteFileBytes(dir / "walk.slp", walk);
         WriteFileBytes(dir / "damaged.slp", damaged);
         std::vector<EntryFixture> sprites;
         for (int32_t id = 100; id < 112; ++id) sprites.push_back({id, id == 105 ? damaged : walk});
         WriteFileBytes(dir / "sprites.drs", WriteArchive({Flavour::Year1997, {{StoredTag("bin"), {{1, {1, 2}}}}, {StoredTag("slp"), sprites}}}));
+        std::vector<uint32_t> colours;
         for (int i = 0; i < 256; ++i) colours.push_back(RGB(i, 7, 255 - i));
         WriteFileText(dir / "p.pal", WriteJascPal(colours));
+        WriteFileText(dir / "p.gpl", WriteGimpPal(colours));
     }
 
     // Runs a shell line in the test's folder, where "$BRINDLE_CLI" names the program.
     CliResult Shell(const std::string& line) {
-        const int status = std::system(("cd '" + dir.Path() + "' && { " + line + "; } </dev/null >.out 2>.err").c_str());
-        CliResult result{WIFEXITED(status) ? WEXITSTATUS(status) : -1, TextOf(dir / ".out"), TextOf(dir / ".err")};
-        std::filesystem::remove(dir / ".out");
-        std::filesystem::remove(dir / ".err");
-        return result;
+        const std::string out = streams / "out", err = streams / "err";
+        const std::string command = "cd '" + dir.Path() + "' && { " + line + "; } </dev/null >'" + out + "' 2>'" + err + "'";
+        const int status = std::system(command.c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFileText(out), ReadFileText(err)};
     }
     CliResult Run(const std::string& arguments) { return Shell("\"$BRINDLE_CLI\" " + arguments); }
+    // Runs a command that writes into the folder out, made anew and empty.
+    CliResult RunIntoOut(const std::string& arguments) {
+        std::filesystem::remove_all(dir / "out");
+        std::filesystem::create_directory(dir / "out");
+        return Run(arguments);
+    }
 };
 
 }  // namespace fixtures

@@ -2,7 +2,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <regex>
 #include <tuple>
 
 #include "CliFixture.h"
@@ -13,109 +12,71 @@ using nlohmann::json;
 
 namespace {
 
-TEST_F(CliTest, HelpAndVersionGoToStandardOutput) {
+// What each command prints, from its start, and the files it writes into the folder out, with nothing on
+// standard error; a file read from standard input or as an archive's entry is read as from its own file.
+TEST_F(CliTest, EveryCommandWritesWhatItRead) {
+    std::string palette;  // p.pal, a colour a line
+    for (int i = 0; i < 256; ++i) palette += std::to_string(i) + " 7 " + std::to_string(255 - i) + "\n";
+    const std::string info = "frames 3\n1\t4\t3\t0\t1\t";
+    const std::string list = "--SLP (3)--\t0\t0\t0\t0\n5\t1\t5\t" + std::to_string(layout.DataAt[0][0]) + "\t3\n";
+    const std::set<std::string> walks{"walk001.bmp", "walk002.bmp", "walk003.bmp"};
+    const struct { std::string Arguments, Out; std::set<std::string> Files = {}; } cases[] = {
+        {"-V", "brindle-cli "}, {"--version", "brindle-cli "}, {"list test.drs", list},
+        {"list --long test.drs", "row\ttext\tkind\tid\toffset\tsize\n0\t--SLP (3)--\theading\t0\t0\t0\n1\t5\tslp\t5\t"},
+        {"extract test.drs 2 -", "\x04\x05"}, {"extract test.drs --id 12 -", "\x07\x08"},
+        {"extract shared.drs --id 9 --table bin -", "\x04\x04"},
+        {"extract-all test.drs out --table Bin", "", {"03-BIN/12.bin"}},  // one table, by its name in any case
+        {"info walk.slp", info}, {"info - < walk.slp", info}, {"info sprites.drs --id 100", info},
+        {"palette p.pal", palette}, {"palette - < p.gpl", palette},
+        {"sequence walk.slp out/walk.bmp", "", walks}, {"sequence sprites.drs --id 100 out/walk.bmp", "", walks},
+        {"slx walk.slp out/b.slx", "", {"b.slx", "b1c.bmp", "b1d.bmp", "b2c.bmp", "b2d.bmp", "b3c.bmp", "b3d.bmp"}},
+        {"export walk.slp - --format gif", "GIF89a"},
+        {"export walk.slp out/walk.png --format png", "", {"walk001.png", "walk002.png", "walk003.png"}},
+        {"export walk.slp out/one.png --format png --frame 2", "", {"one.png"}},
+        {"export walk.slp out/walk.gif --format gif --fps 5", "", {"walk.gif"}},
+        {"export walk.slp out/walk.apng --format apng", "", {"walk.apng"}},
+        {"export walk.slp out/sheet.png --format sheet --outlines --shadow-alpha 0", "", {"sheet.png", "sheet.json"}},
+    };
+    for (const auto& c : cases) {
+        const CliResult r = RunIntoOut(c.Arguments);
+        EXPECT_EQ(r.Out.substr(0, c.Out.size()), c.Out) << c.Arguments;
+        EXPECT_TRUE(r.Code == 0 && r.Err.empty()) << c.Arguments << ": " << r.Err;
+        EXPECT_EQ(NamesOf(FilesUnder(dir / "out")), c.Files) << c.Arguments;
+    }
+    EXPECT_EQ(Shell("cat test.drs | \"$BRINDLE_CLI\" list -").Out, Run("list test.drs").Out);  // from a pipe, which can't seek
+    EXPECT_EQ(Run("frame walk.slp 1 - --palette - < p.gpl").Out, Run("frame walk.slp 1 - --palette p.pal").Out);
+    // Entries go into a folder, or a folder a table, its name safe, files named by ID and kind.
+    RunIntoOut("extract test.drs --id 5 --id 9 --id 12 -o out");
+    EXPECT_EQ(FilesUnder(dir / "out"),
+              (std::map<std::string, Bytes>{{"5.slp", {1, 2, 3}}, {"5-2.slp", {4, 5}}, {"9", {6}}, {"12.bin", {7, 8}}}));
+    EXPECT_EQ(Run("extract-all test.drs all").Err, "") << "nothing to say, and no progress line when stderr is a file";
+    EXPECT_EQ(FilesUnder(dir / "all"), (std::map<std::string, Bytes>{{"01-SLP/5.slp", {1, 2, 3}}, {"01-SLP/5-2.slp", {4, 5}},
+                                                                   {"01-SLP/-7.slp", {}}, {"02/9", {6}}, {"03-BIN/12.bin", {7, 8}}}));
+    // Frame 2 is 5 x 3, in rows of 16 bytes from the bottom up: its top left pixel is the mask, in web order.
+    const std::string bmp = Run("frame walk.slp 2 - --mask '#FF8000'").Out;
+    ASSERT_EQ(bmp.size(), 54u + 3 * 16);
+    EXPECT_EQ(bmp.substr(54 + 2 * 16, 3), std::string("\x00\x80\xFF", 3));
+    EXPECT_EQ(Run("frame sprites.drs --id 100 2 - --mask '#FF8000'").Out, bmp);
+
     EXPECT_EQ(Run("--help").Code, 0);
-    EXPECT_TRUE(Run("-V").Out.starts_with("brindle-cli "));
-    EXPECT_EQ(Run("--version").Out, Run("-V").Out);
     for (const char* command : {"list", "extract", "extract-all", "info", "frame", "sequence", "slx", "palette"})
         EXPECT_NE(Run(std::string(command) + " --help").Out.find("Example"), std::string::npos) << command;
 }
 
-TEST_F(CliTest, ListShowsEveryRowAsTextLongOrJson) {
-    const std::string plain = Run("list test.drs").Out;
-    EXPECT_TRUE(plain.starts_with("--SLP (3)--\t0\t0\t0\t0\n5\t1\t5\t" + std::to_string(layout.DataAt[0][0]) + "\t3\n")) << plain;
-    EXPECT_EQ(Shell("cat test.drs | \"$BRINDLE_CLI\" list -").Out, plain);
-
-    const std::string wide = Run("list --long test.drs").Out;
-    EXPECT_TRUE(wide.starts_with("row\ttext\tkind\tid\toffset\tsize\n0\t--SLP (3)--\theading\t0\t0\t0\n1\t5\tslp\t5\t")) << wide;
-    EXPECT_NE(wide.find("\n7\t12\tbin\t12\t"), std::string::npos);
-
+TEST_F(CliTest, ListAndInfoAlsoSpeakJson) {
     const json rows = json::parse(Run("list test.drs --json").Out)["rows"];
     ASSERT_EQ(rows.size(), 8u);
     EXPECT_EQ(rows[2], (json{{"row", 2}, {"text", "5"}, {"kind", "slp"}, {"id", 5}, {"offset", layout.DataAt[0][1]}, {"size", 2}}));
     EXPECT_EQ(rows[5]["kind"], "other");
-}
-
-TEST_F(CliTest, ExtractCopiesEntriesByRowByIDOrAll) {
-    EXPECT_EQ(Run("extract test.drs 2 -").Out, "\x04\x05");
-    EXPECT_EQ(Run("extract test.drs --id 12 -").Out, "\x07\x08");
-    EXPECT_EQ(Run("extract shared.drs --id 9 --table bin -").Out, "\x04\x04");
-
-    // Several, or all, into folders: one a table, its name safe, files named by ID and kind.
-    Run("extract test.drs --id 5 --id 9 --id 12 -o picked");
-    EXPECT_EQ(FilesUnder(dir / "picked"), (std::map<std::string, Bytes>{{"5.slp", {1, 2, 3}}, {"5-2.slp", {4, 5}}, {"9", {6}}, {"12.bin", {7, 8}}}));
-    EXPECT_EQ(Run("extract-all test.drs all").Err, "") << "nothing to say, and no progress line when stderr is a file";
-    EXPECT_EQ(FilesUnder(dir / "all"), (std::map<std::string, Bytes>{{"01-SLP/5.slp", {1, 2, 3}}, {"01-SLP/5-2.slp", {4, 5}},
-                                                                   {"01-SLP/-7.slp", {}}, {"02/9", {6}}, {"03-BIN/12.bin", {7, 8}}}));
-    Run("extract-all test.drs only --table Bin");  // one table, by its name in any case
-    EXPECT_EQ(NamesIn(dir / "only"), std::set<std::string>{"03-BIN"});
-}
-
-TEST_F(CliTest, PalettesOfAnyKnownFormatAreReadFromFileOrStandardInput) {
-    std::string printed;
-    for (int i = 0; i < 256; ++i) printed += std::to_string(i) + " 7 " + std::to_string(255 - i) + "\n";
-    EXPECT_EQ(Run("palette p.pal").Out, printed);
-    WriteFileText(dir / "p.gpl", WriteGimpPal(colours));
-    EXPECT_EQ(Shell("\"$BRINDLE_CLI\" palette - < p.gpl").Out, printed);
-
-    Run("frame walk.slp 1 f.bmp --palette - < p.gpl");
-    const Bytes bmp = ReadFileBytes(dir / "f.bmp");  // 4 x 3, rows of 12 bytes from the bottom up
-    ASSERT_EQ(bmp.size(), 54u + 3 * 12);
-    EXPECT_EQ(Bytes(bmp.begin() + 54 + 12 + 3, bmp.begin() + 54 + 12 + 6), (Bytes{215, 7, 40}));  // the colour pixel: index 40
-}
-
-TEST_F(CliTest, SpriteCommandsReadAFileAnEntryOfAnArchiveOrStandardInput) {
-    const CliResult info = Run("info walk.slp");
-    EXPECT_TRUE(info.Out.starts_with("frames 3\n1\t4\t3\t0\t1\t")) << info.Out;
-    EXPECT_EQ(info.Err, "");
-    EXPECT_EQ(Run("info sprites.drs --id 100").Out, info.Out);
-    EXPECT_EQ(Shell("cat walk.slp | \"$BRINDLE_CLI\" info -").Out, info.Out);
-
-    Run("frame walk.slp 2 f.bmp --mask '#FF8000'");
-    const Bytes bmp = ReadFileBytes(dir / "f.bmp");  // 5 x 3, rows of 16 bytes from the bottom up
-    ASSERT_EQ(bmp.size(), 54u + 3 * 16);
-    EXPECT_EQ(Bytes(bmp.begin() + 54 + 2 * 16, bmp.begin() + 54 + 2 * 16 + 3), (Bytes{0x00, 0x80, 0xFF}));  // in web order
-    EXPECT_EQ(Run("frame sprites.drs --id 100 2 - --mask '#FF8000'").Out, TextOf(dir / "f.bmp"));
-
-    fs::create_directory(dir / "out");
-    Run("sequence walk.slp out/walk.bmp");  // relative, as typed
-    Run("slx sprites.drs --id 100 out/bundle.slx");
-    EXPECT_EQ(NamesIn(dir / "out"), (std::set<std::string>{"walk001.bmp", "walk002.bmp", "walk003.bmp", "bundle.slx", "bundle1c.bmp",
-                                                           "bundle1d.bmp", "bundle2c.bmp", "bundle2d.bmp", "bundle3c.bmp", "bundle3d.bmp"}));
     // Every frame is decoded: a damaged one is named, and the table still shows.
     const json sprite = json::parse(Run("info damaged.slp --json").Out);
     ASSERT_EQ(sprite["frames"].size(), 3u);
     EXPECT_EQ(sprite["frames"][1]["width"], 5);
     EXPECT_EQ(sprite["frames"][1]["hotspot"], (json{{"x", 1}, {"y", 1}}));
     EXPECT_EQ(sprite["damaged"][0]["frame"], 2);
-}
-
-TEST_F(CliTest, ExportWritesEachFormatUnderItsNames) {
-    const std::pair<std::string, std::set<std::string>> cases[] = {
-        {"export walk.slp out/walk.png --format png", {"walk001.png", "walk002.png", "walk003.png"}},
-        {"export walk.slp out/one.png --format png --frame 2", {"one.png"}},
-        {"export walk.slp out/walk.gif --format gif --fps 5", {"walk.gif"}},
-        {"export walk.slp out/walk.apng --format apng", {"walk.apng"}},
-        {"export walk.slp out/sheet.png --format sheet --outlines --shadow-alpha 0", {"sheet.png", "sheet.json"}},
-    };
-    for (const auto& [arguments, names] : cases) {
-        fs::remove_all(dir / "out");
-        fs::create_directory(dir / "out");
-        const CliResult r = Run(arguments);
-        EXPECT_EQ(NamesIn(dir / "out"), names) << arguments << ": " << r.Err;
-    }
-    EXPECT_TRUE(Run("export walk.slp - --format gif").Out.starts_with("GIF89a"));
-
-    // With --players, a row of the frames for each team.
-    Run("export walk.slp teams.png --format sheet --players");  // frames of 4, 5 and 6 by 3
-    const json sheet = json::parse(TextOf(dir / "teams.json"));
-    EXPECT_EQ(sheet["meta"]["size"], (json{{"w", 15}, {"h", 24}}));
-    std::vector<std::string> names;
-    for (const auto& frame : sheet["frames"]) names.push_back(frame["filename"]);
-    ASSERT_EQ(names.size(), 24u);
-    EXPECT_EQ(std::vector(names.begin() + 2, names.begin() + 4), (std::vector<std::string>{"teams_p1_003", "teams_p2_001"}));
-    EXPECT_EQ(names.back(), "teams_p8_003");
-    EXPECT_EQ(sheet["frames"][23]["frame"], (json{{"x", 9}, {"y", 21}, {"w", 6}, {"h", 3}}));
+    // With --players a sheet has a row of the frames, 4, 5 and 6 by 3 pixels, for each team.
+    Run("export walk.slp teams.png --format sheet --players");
+    EXPECT_EQ(json::parse(ReadFileText(dir / "teams.json"))["meta"]["size"], (json{{"w", 15}, {"h", 24}}));
 }
 
 TEST_F(CliTest, ConvertDoesEverySpriteAndGoesOnPastADamagedOne) {
@@ -125,49 +86,38 @@ TEST_F(CliTest, ConvertDoesEverySpriteAndGoesOnPastADamagedOne) {
         EXPECT_NE(r.Err.find("brindle-cli: convert: sprites.drs (ID 105): frame 2: row 2: "), std::string::npos) << r.Err;
         EXPECT_TRUE(r.Err.ends_with(": 11 converted, 1 failed\n")) << r.Err;
     }
-    EXPECT_EQ(NamesIn(dir / "1"), std::set<std::string>{"02-SLP"});  // the BIN table has no sprites
-    EXPECT_EQ(NamesIn(dir / "1/02-SLP").size(), 22u);
-    EXPECT_EQ(FilesUnder(dir / "1"), FilesUnder(dir / "2"));
-
+    const auto sheets = FilesUnder(dir / "1");
+    EXPECT_EQ(sheets.size(), 22u);
+    EXPECT_TRUE(sheets.begin()->first.starts_with("02-SLP/")) << "the BIN table, 01, has no sprites";
+    EXPECT_EQ(sheets, FilesUnder(dir / "2"));
     // Sequences go into a folder a sprite, as the design's BMPs or as PNG.
-    Run("convert sprites.drs bmp --format bmp --table SLP");
-    EXPECT_EQ(NamesIn(dir / "bmp/02-SLP/100"), (std::set<std::string>{"100001.bmp", "100002.bmp", "100003.bmp"}));
-    EXPECT_FALSE(fs::exists(dir / "bmp/02-SLP/105/105001.bmp"));
+    RunIntoOut("convert sprites.drs out --format bmp --table SLP");
+    const auto bmps = NamesOf(FilesUnder(dir / "out"));
+    EXPECT_EQ(bmps.size(), 33u);
+    EXPECT_TRUE(bmps.contains("02-SLP/100/100001.bmp") && bmps.contains("02-SLP/111/111003.bmp"));
 }
 
 TEST_F(CliTest, PlayerRedrawsOnlyThePlayerPixelsOfEveryExport) {
-    // A colour pixel, player bytes 2 and 5, a shadow.
-    Art art(4, 1);
-    art.Pixels = {{Layer::Colour, 40}, {Layer::Player, 2}, {Layer::Player, 5}, {Layer::Shadow, 0}};
-    const Bytes sprite = WriteSprite({EncodeFrame(art)});
-    WriteFileBytes(dir / "team.slp", sprite);
-    WriteFileBytes(dir / "team.drs", WriteArchive({Flavour::Year2001, {{StoredTag("slp"), {{1, sprite}}}}}));
-
     const std::string commands[] = {
-        "sequence team.slp OUT/s.bmp",            "slx team.slp OUT/x.slx",
-        "export team.slp OUT/p.png --format png", "export team.slp OUT/a.png --format apng",
-        "export team.slp OUT/g.gif --format gif", "export team.slp OUT/s.png --format sheet",
-        "convert team.drs OUT --format png",      "convert team.drs OUT --format bmp",
-        "frame team.slp 1 OUT/f.bmp --palette p.pal",  // last: its files are read below
+        "sequence walk.slp out/s.bmp",          "slx walk.slp out/x.slx", "export walk.slp out/p.png --format png",
+        "convert sprites.drs out --format png", "convert sprites.drs out --format bmp",
+        "frame walk.slp 1 out/f.bmp --palette p.pal",  // last: its files are read below
     };
+    std::map<std::string, std::map<std::string, Bytes>> written;  // by the --player option
     for (const std::string& command : commands) {
-        SCOPED_TRACE(command);
-        for (const std::string out : {"none", "one", "three"}) {
-            fs::remove_all(dir / out);
-            fs::create_directory(dir / out);
-            const std::string option = out == "none" ? "" : out == "one" ? " --player 1" : " --player 3";
-            const CliResult r = Run(std::regex_replace(command, std::regex("OUT"), out) + option);
-            ASSERT_EQ(r.Code, 0) << r.Err;
+        for (const std::string option : {"", " --player 1", " --player 3"}) {
+            RunIntoOut(command + option);
+            written[option] = FilesUnder(dir / "out");
         }
-        EXPECT_EQ(FilesUnder(dir / "none"), FilesUnder(dir / "one"));
-        EXPECT_NE(FilesUnder(dir / "none"), FilesUnder(dir / "three"));
+        EXPECT_EQ(written[""], written[" --player 1"]) << command;
+        EXPECT_NE(written[""], written[" --player 3"]) << command;
     }
-
-    // The frame of player 3: bytes 2 and 5 in palette[50] and palette[53], every other byte as before.
-    Bytes want = ReadFileBytes(dir / "none/f.bmp");  // one row of blue, green, red from byte 54
-    for (const auto& [x, index] : {std::pair{1, 50}, std::pair{2, 53}})
-        std::copy_n(Bytes{uint8_t(255 - index), 7, uint8_t(index)}.begin(), 3, want.begin() + 54 + 3 * x);
-    EXPECT_EQ(ReadFileBytes(dir / "three/f.bmp"), want);
+    // The frame of player 3: its player byte 2 in palette[50], every other byte as before. The player pixel,
+    // (3, 0) in a frame of 4 x 3, is the last of the top row, which a BMP file holds last.
+    Bytes want = written[""]["f.bmp"];
+    ASSERT_EQ(want.size(), 54u + 3 * 12);
+    std::copy_n(Bytes{255 - 50, 7, 50}.begin(), 3, want.end() - 3);
+    EXPECT_EQ(written[" --player 3"]["f.bmp"], want);
 }
 
 TEST_F(CliTest, ThumbnailsScaleByWholeFactorsAndShrinkToFit) {

@@ -12,10 +12,9 @@ TEST(FunctionsTest, PathPartsAndExportNames) {
         {"/a.b/c", "/a.b/", "c", "c", "/a.b/c"},  // the only dot stands in a folder name
         {"/a/.drs", "/a/", ".drs", "", "/a/"}, {"/a/b.c.d", "/a/", "b.c.d", "b.c", "/a/b.c"}, {"", "", "", "", ""},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : cases)
         EXPECT_EQ(std::tuple(FolderOfPath(c.Path), FileOfPath(c.Path), BaseNameOfPath(c.Path), ExportBasePath(c.Path)),
                   std::tuple(c.Folder, c.File, c.Base, c.ExportBase)) << c.Path;
-    }
     for (auto [number, text] : {std::pair{1, "001"}, {42, "042"}, {999, "999"}, {1000, "1000"}, {32766, "32766"}})
         EXPECT_EQ(PadFrameNumber(number), text);
 }
@@ -25,10 +24,9 @@ TEST(FunctionsTest, Windows1252AndUtf8) {
         {"A\x80\x9F\xE9\xFF", "A\xE2\x82\xAC\xC5\xB8\xC3\xA9\xC3\xBF"}, {"\x85\x8A\x99", "\xE2\x80\xA6\xC5\xA0\xE2\x84\xA2"},
         {"\x81\x8D\x8F\x90\x9D", "\xC2\x81\xC2\x8D\xC2\x8F\xC2\x90\xC2\x9D"},  // undefined in the code page
     };
-    for (const auto& c : both) {
+    for (const auto& c : both)
         EXPECT_EQ(std::pair(Windows1252ToUtf8(c.Windows1252), Utf8ToWindows1252(c.Utf8)),
                   std::pair(std::string(c.Utf8), std::string(c.Windows1252))) << c.Windows1252;
-    }
     std::string allBytes;
     for (int i = 0; i < 256; ++i) allBytes.push_back(char(i));
     EXPECT_EQ(Utf8ToWindows1252(Windows1252ToUtf8(allBytes)), allBytes);

@@ -23,8 +23,7 @@ TEST(WindowStartTest, WithoutADisplayItSaysSoInOneLineAndHowToUseAVirtualOne) {
              {"env -i QT_QPA_PLATFORM=xcb DISPLAY=:9876 '" + program + "'", ""},
              {bare + " --version", "brindle "}, {bare + " -V", "brindle "}, {bare + " --help", "Usage: brindle"}}) {
         const int status = std::system((command + " >'" + dir / "out" + "' 2>'" + dir / "err" + "'").c_str());
-        const std::vector<uint8_t> outBytes = ReadFileBytes(dir / "out"), errBytes = ReadFileBytes(dir / "err");
-        const std::string out(outBytes.begin(), outBytes.end()), err(errBytes.begin(), errBytes.end());
+        const std::string out = ReadFileText(dir / "out"), err = ReadFileText(dir / "err");
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == (answer.empty() ? 1 : 0)) << command;
         EXPECT_TRUE(answer.empty() ? out.empty() : out.starts_with(answer)) << command << ": " << out;
         if (!answer.empty()) continue;

@@ -2,21 +2,13 @@
 
 #include "RecordingHost.h"
 
-#include <atomic>
+#include <stdlib.h>
+
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <stdexcept>
 
 namespace fixtures {
-
-MessageAnswer RecordingHost::ShowMessage(std::string_view text, MessageStyle style, std::string_view title) {
-    Messages.push_back({std::string(text), style, std::string(title)});
-    if (Answers.empty()) return MessageAnswer::OK;
-    const MessageAnswer answer = Answers.front();
-    Answers.pop_front();
-    return answer;
-}
 
 std::vector<uint32_t> PixelsOf(const cDIBSection& surface) {
     std::vector<uint32_t> pixels;
@@ -32,18 +24,10 @@ std::vector<uint8_t> BitmapOf(int32_t width, const std::vector<uint32_t>& pixels
     return surface.EncodeBitmap();
 }
 
-// ---- Temporary folders and files -------------------------------------------------------------
-
 TempDir::TempDir() {
-    // The counter keeps the folders of one process apart, the random part those of tests run side by side.
-    namespace fs = std::filesystem;
-    static std::atomic<unsigned> made{0};
-    std::random_device entropy;
-    while (path_.empty()) {
-        const fs::path folder = fs::temp_directory_path() /
-                                ("brindle-test-" + std::to_string(entropy()) + "-" + std::to_string(made++));
-        if (fs::create_directory(folder)) path_ = folder.string() + "/";  // throws when the folder can't be made
-    }
+    std::string folder = (std::filesystem::temp_directory_path() / "brindle-test-XXXXXX").string();
+    if (!::mkdtemp(folder.data())) throw std::runtime_error("cannot make a folder like " + folder);
+    path_ = folder + "/";
 }
 
 TempDir::~TempDir() {
@@ -51,12 +35,17 @@ TempDir::~TempDir() {
     std::filesystem::remove_all(path_, ignored);
 }
 
-std::vector<uint8_t> ReadFileBytes(const std::string& path) {
+std::string ReadFileText(const std::string& path) {
     std::ifstream in(path, std::ios::binary | std::ios::ate);  // in one read: some fixtures are 32 MB
     if (!in || in.tellg() < 0) return {};
-    std::vector<uint8_t> bytes(static_cast<size_t>(in.tellg()));
-    in.seekg(0).read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
+    std::string text(static_cast<size_t>(in.tellg()), '\0');
+    in.seekg(0).read(text.data(), static_cast<std::streamsize>(text.size()));
+    return text;
+}
+
+std::vector<uint8_t> ReadFileBytes(const std::string& path) {
+    const std::string text = ReadFileText(path);
+    return {text.begin(), text.end()};
 }
 
 void WriteFileBytes(const std::string& path, std::span<const uint8_t> bytes) {

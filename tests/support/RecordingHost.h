@@ -55,7 +55,12 @@ public:
     void SetPictureSize(int32_t width, int32_t height) override { PictureWidth = width; PictureHeight = height; }
     void PaintPicture(const cDIBSection& picture) override { ++Paints; LastPainted = picture.EncodeBitmap(); }
     void RepaintMainForm() override { RepaintedAt.push_back(ScrollValue); }
-    MessageAnswer ShowMessage(std::string_view text, MessageStyle style, std::string_view title) override;
+    MessageAnswer ShowMessage(std::string_view text, MessageStyle style, std::string_view title) override {
+        Messages.push_back({std::string(text), style, std::string(title)});
+        const MessageAnswer answer = Answers.empty() ? MessageAnswer::OK : Answers.front();
+        if (!Answers.empty()) Answers.pop_front();
+        return answer;
+    }
     bool IsEscapeDown() override { const int ask = EscapeAsks++; return EscapeFromAsk >= 0 && ask >= EscapeFromAsk; }
     bool PutBitmapOnClipboard(const cDIBSection&) override { ++ClipboardPuts; return true; }
 };
@@ -80,6 +85,7 @@ private:
 };
 
 // A file that can't be read gives no bytes; a fixture that can't be written throws std::runtime_error.
+std::string ReadFileText(const std::string& path);
 std::vector<uint8_t> ReadFileBytes(const std::string& path);
 void WriteFileBytes(const std::string& path, std::span<const uint8_t> bytes);
 void WriteFileText(const std::string& path, std::string_view text);
