@@ -47,7 +47,7 @@ private slots:
             {"04-XYZ/9000", Odd}};
         for (const auto& [name, row] : layout) QCOMPARE(ReadFileBytes(At(name)), EntryBytes(row));
         QCOMPARE(TempCopies(), tempBefore);
-        QCOMPARE(Str(form->StatusText->text()), "");
+        QCOMPARE(Status(), "");
         QCOMPARE(desktop->Boxes.back().Style, MessageStyle::Plain);
 
         QCOMPARE(ExtractTo(""), "9 of 9 entries written to " + At("") + ".");  // cancelled: nothing new
@@ -57,7 +57,7 @@ private slots:
     void escapeStopsBetweenEntriesAndTheStatusSaysHowFarItIs() {
         std::vector<std::string> status;
         desktop->Escape = [&] {
-            status.push_back(Str(form->StatusText->text()));
+            status.push_back(Status());
             return status.size() >= 4;
         };
         QCOMPARE(ExtractTo(At("out")), "Stopped after 3 of 9 entries. 3 of 9 entries written to " + At("out") + ".");

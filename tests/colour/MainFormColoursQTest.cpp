@@ -182,14 +182,14 @@ private slots:
         form->menu_extract_pal->trigger();
         QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Palette now available in image viewer", MessageStyle::Plain, ""}}));
         QCOMPARE(ReadFileBytes(form->PalComDlg.InitDir + "8.pal"), pal);  // where the palette dialog opens
-        QCOMPARE(Str(form->StatusText->text()), "");
+        QCOMPARE(Status(), "");
 
         // Opening the archive again leaves the item enabled with no row selected.
         Open(archivePath);
         desktop->Boxes.clear();
         form->menu_extract_pal_Click();
         QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error saving palette data!", MessageStyle::Plain, ""}}));
-        QCOMPARE(Str(form->StatusText->text()), "Saving palette...");
+        QCOMPARE(Status(), "Saving palette...");
     }
 };
 

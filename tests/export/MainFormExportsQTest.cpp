@@ -21,7 +21,6 @@ class MainFormExportsTest : public QObject, public WindowFixture {
 
     QImage Picture() const { return form->ResDisplayPic->Picture(); }
     QImage Image(const std::string& name) const { return QImage(QString::fromStdString(At(name))); }
-    std::string Status() const { return Str(form->PictureStatusText->text()); }
 
     // The item's file dialog answered with a name in the folder, under the filter of that index.
     void SaveAs(QAction* item, const std::string& name, int16_t filter = 1) {
@@ -33,8 +32,8 @@ class MainFormExportsTest : public QObject, public WindowFixture {
     // After an export the gate is open, both labels are empty and the window works on.
     void EndsOrderly() {
         QCOMPARE(form->FrameScrollTag, "on");
-        QCOMPARE(Str(form->StatusText->text()), "");
         QCOMPARE(Status(), "");
+        QCOMPARE(FrameCaption(), "");
     }
 
 private slots:
@@ -50,7 +49,7 @@ private slots:
         QCOMPARE(desktop->DialogsShown.back().Filter, "BMP file (*.bmp)|*.bmp|All files (*.*)|*.*|PNG image (*.png)|*.png");
         QCOMPARE(Image("frame").convertToFormat(QImage::Format_RGB888), Picture().convertToFormat(QImage::Format_RGB888));
         QCOMPARE(Picture().cacheKey(), shown);  // the window is not touched
-        QCOMPARE(Status(), "Showing frame 1 of 2");
+        QCOMPARE(FrameCaption(), "Showing frame 1 of 2");
         form->FrameScroll->setValue(2);
         SaveAs(form->menu_savebmp, "second.bmp");
         QCOMPARE(Image("second.bmp").size(), QSize(2, 3));
@@ -78,7 +77,7 @@ private slots:
         QCOMPARE(form->FrameScroll->value(), 2);
         QCOMPARE(Picture().cacheKey(), shown);
         form->menu_image_refresh->trigger();
-        QCOMPARE(Status(), "Showing frame 2 of 2");
+        QCOMPARE(FrameCaption(), "Showing frame 2 of 2");
 
         // The SLX bundle, from an item the menu doesn't show.
         QVERIFY(!form->menu_image_slx->isVisible());
@@ -105,12 +104,12 @@ private slots:
                 if (spriteGone) fs::remove(form->ResDisplayPic->Tag);
                 SaveAs(item, spriteGone ? "out.png" : "no/such/folder/out.png", filter);
                 QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{box, MessageStyle::Plain, ""}}));
-                if (item == form->menu_savebmp) QCOMPARE(Status(), "Showing frame 1 of 3");
+                if (item == form->menu_savebmp) QCOMPARE(FrameCaption(), "Showing frame 1 of 3");
                 else EndsOrderly();
                 // The window goes on: the next sprite shows and scrolls.
                 form->DRSFilesList->SetListIndex(Layered);
                 form->FrameScroll->setValue(2);
-                QCOMPARE(Status(), "Showing frame 2 of 2");
+                QCOMPARE(FrameCaption(), "Showing frame 2 of 2");
             }
         }
     }
@@ -123,7 +122,7 @@ private slots:
         QCOMPARE(png.size(), QSize(2, 3));  // frame 2 at its own size, with real transparency
         QCOMPARE(png.pixelColor(1, 0).alpha(), 0);
         QCOMPARE(png.pixelColor(1, 2), QColor(0, 0, 0, 128));  // the shadow
-        QCOMPARE(Status(), "Showing frame 2 of 2");
+        QCOMPARE(FrameCaption(), "Showing frame 2 of 2");
 
         // The filter, the name chosen, and the files written.
         const std::tuple<int16_t, std::string, std::vector<std::string>> kinds[] = {

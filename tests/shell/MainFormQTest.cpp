@@ -24,8 +24,6 @@ namespace fs = std::filesystem;
 class MainFormTest : public QObject, public WindowFixture {
     Q_OBJECT
 
-    std::string Status() const { return Str(form->StatusText->text()); }
-    std::string FrameCaption() const { return Str(form->PictureStatusText->text()); }
 
 private slots:
     void init() { SetUp(); }

@@ -91,7 +91,7 @@ private slots:
         QCOMPARE(form->AnimateTimer->interval(), 100);
         for (auto [frame, width] : {std::pair{2, 9}, {3, 2}, {1, 4}, {2, 9}}) {
             form->AnimateTimer_Timer();
-            QCOMPARE(Str(form->PictureStatusText->text()), "Showing frame " + std::to_string(frame) + " of 3");
+            QCOMPARE(FrameCaption(), "Showing frame " + std::to_string(frame) + " of 3");
             QCOMPARE(form->ResDisplayPic->Picture().width(), width);
         }
         QTRY_COMPARE_WITH_TIMEOUT(form->FrameScroll->value(), 3, 5000);  // and the timer moves it on by itself

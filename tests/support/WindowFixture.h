@@ -108,6 +108,9 @@ struct WindowFixture {
         return entries.contains(row) ? *entries.at(row) : Bytes{};
     }
 
+    std::string Status() const { return Str(form->StatusText->text()); }
+    std::string FrameCaption() const { return Str(form->PictureStatusText->text()); }  // "Showing frame 1 of 3"
+
     std::string At(const std::string& name) const { return dir->filePath(QString::fromStdString(name)).toStdString(); }
 
     // File > Open..., answered with path.
