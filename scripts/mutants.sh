@@ -21,6 +21,9 @@
 # KILLS=1 runs every test on every fault instead of stopping at the first failure, and writes to
 # build/mutants/kills.txt the fault and, after a tab, the tests that caught it (a window test by its
 # test function): the map to read before cutting tests, to see which fault only one test catches.
+#
+# WORK (default build/mutants) is where the copy, its build and the results go; runs with a WORK each
+# can go on side by side.
 
 set -euo pipefail
 
@@ -28,7 +31,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 list=${1:-$root/scripts/mutants.txt}
 filter=${2:-}
 kept=$root/scripts/mutants-caught.txt
-work=$root/build/mutants
+work=${WORK:-$root/build/mutants}
 copy=$work/tree
 build=$work/build
 jobs=${JOBS:-$(nproc)}
