@@ -11,6 +11,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <tuple>
 
 #include "RecordingHost.h"
 #include "Writers.h"
@@ -36,9 +37,9 @@ inline std::map<std::string, Bytes> FilesUnder(const std::string& folder) {
     return files;
 }
 
-inline std::set<std::string> NamesOf(const std::map<std::string, Bytes>& files) {
+inline std::set<std::string> NamesUnder(const std::string& folder) {
     std::set<std::string> names;
-    for (const auto& [name, bytes] : files) names.insert(name);
+    for (const auto& [name, bytes] : FilesUnder(folder)) names.insert(name);
     return names;
 }
 
@@ -48,10 +49,9 @@ protected:
     ArchiveLayout layout;  // of test.drs
 
     // test.drs: table SLP with IDs 5, 5 and -7, a table whose tag reads "../" with ID 9, table BIN with ID 12.
-    // shared.drs: ID 9 in tables SLP and BIN. walk.slp: frames of 4 + i by 3 pixels, a colour, a shadow and a
-    // player pixel in each, hot spot (i, 1); damaged.slp: the same, frame 2 damaged in its last row.
-    // sprites.drs: a BIN entry of ID 1, then walk.slp as IDs 100 to 111, but for 105, which is damaged.slp.
-    // p.pal and p.gpl: JASC-PAL and GIMP palettes where index i is (i, 7, 255 - i).
+    // shared.drs: ID 9 in tables SLP and BIN. p.pal: index i is (i, 7, 255 - i). walk.slp: frames of 4 + i by 3
+    // pixels, a colour, a shadow and a player pixel in each, hot spot (i, 1); damaged.slp: the same, frame 2
+    // damaged in its last row. sprites.drs: a BIN entry of ID 1, walk.slp as IDs 100 to 111 but 105 damaged.slp.
     void SetUp() override {
         const TableFixture tables[] = {{StoredTag("slp"), {{5, {1, 2, 3}}, {5, {4, 5}}, {-7, {}}}}, {StoredTag("../"), {{9, {6}}}},
                                        {StoredTag("bin"), {{12, {7, 8}}}}};
@@ -60,9 +60,7 @@ protected:
         std::vector<FrameFixture> frames;
         for (int i = 0; i < 3; ++i) {
             Art art(4 + i, 3);
-            art.At(1, 1) = {Layer::Colour, 40};
-            art.At(2, 2) = {Layer::Shadow, 0};
-            art.At(3, 0) = {Layer::Player, 2};
+            art.At(1, 1) = {Layer::Colour, 40}, art.At(2, 2) = {Layer::Shadow, 0}, art.At(3, 0) = {Layer::Player, 2};
             frames.push_back(EncodeFrame(art, i, 1));
         }
         SpriteLayout at;
@@ -78,23 +76,16 @@ protected:
         std::vector<uint32_t> colours;
         for (int i = 0; i < 256; ++i) colours.push_back(RGB(i, 7, 255 - i));
         WriteFileText(dir / "p.pal", WriteJascPal(colours));
-        WriteFileText(dir / "p.gpl", WriteGimpPal(colours));
     }
 
-    // Runs a shell line in the test's folder, where "$BRINDLE_CLI" names the program.
+    // Runs a shell line in the test's folder, where "$BRINDLE_CLI" names the program and out is an empty folder.
     CliResult Shell(const std::string& line) {
         const std::string out = streams / "out", err = streams / "err";
-        const std::string command = "cd '" + dir.Path() + "' && { " + line + "; } </dev/null >'" + out + "' 2>'" + err + "'";
-        const int status = std::system(command.c_str());
+        const std::string command = "cd '" + dir.Path() + "' && rm -rf out && mkdir out && { " + line + "; }";
+        const int status = std::system((command + " </dev/null >'" + out + "' 2>'" + err + "'").c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFileText(out), ReadFileText(err)};
     }
     CliResult Run(const std::string& arguments) { return Shell("\"$BRINDLE_CLI\" " + arguments); }
-    // Runs a command that writes into the folder out, made anew and empty.
-    CliResult RunIntoOut(const std::string& arguments) {
-        std::filesystem::remove_all(dir / "out");
-        std::filesystem::create_directory(dir / "out");
-        return Run(arguments);
-    }
 };
 
 }  // namespace fixtures
