@@ -55,6 +55,10 @@ int main(int argc, char** argv) {
         Write(out / "Palette", "ramp-772.act", WriteAct(ramp, true));
         Write(out / "TextPreview", "text.txt", BytesOf(text));
         Write(out / "TextPreview", "notice.rtf", BytesOf(R"({\rtf1{\colortbl ;\red255\green0\blue0;}\cf1 File 7:\par \cf0 a\{b\}\\c\par })"));
+        // Rich text cut short anywhere, nested far beyond the groups kept, or a mass of backslashes.
+        const std::string rtfs[] = {"{\\colortbl;\\red", "\\'4", "\\cf99999999999999999999999 x", std::string(50000, '}') + "x",
+                                    std::string(100000, '{') + "\\cf1 x" + std::string(100000, '}'), std::string(100000, '\\')};
+        for (size_t i = 0; i < std::size(rtfs); ++i) Write(out / "TextPreview", "junk" + std::to_string(i) + ".rtf", BytesOf(rtfs[i]));
         Write(out / "Registry", "system.reg",
               BytesOf("WINE REGISTRY Version 2\n;; All keys relative to \\\\Machine\n\n#arch=win64\n\n"
                       "[Software\\\\K] 1795405119\n#time=1dd7afc20c3c06e\n@=\"default\"\n\"V\"=\"caf\\xe9 \\\"q\\\"\"\n"

@@ -1,5 +1,6 @@
 // Any bytes shown as a text entry: escaped into the preview's rich text and read back, which must give
-// the lines again. Any bytes also go straight to the rich text reader.
+// the lines again. Any bytes also go straight to the rich text reader, which gives no empty run and
+// never more text than it was given.
 
 #include <cstdlib>
 #include <string>
@@ -35,7 +36,12 @@ std::string LinesOf(std::string_view text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);
-    (void)ReadRichText(bytes);
+    size_t read = 0;
+    for (const RichTextRun& run : ReadRichText(bytes)) {
+        if (run.Text.empty()) std::abort();
+        read += run.Text.size();
+    }
+    if (read > size) std::abort();
     const TextPreview preview = TextPreviewOfText(bytes, 7);
     if (TextOf(ReadRichText(preview.Rtf)) != "File 7:\n" + LinesOf(bytes)) std::abort();
     return 0;

@@ -236,19 +236,4 @@ TEST_F(ImageExportTest, SheetsHoldEveryFrameWhereTheirJsonSays) {
     }
 }
 
-TEST_F(ImageExportTest, DamageAndSizesBeyondTheLimitsWriteNothing) {
-    SpriteLayout at;
-    Bytes damaged = WriteSprite({EncodeFrame(one), EncodeFrame(two)}, "2.0N", "", &at);
-    damaged[size_t(at.RowStreamAt[1][0])] = 0x1A, damaged[size_t(at.RowStreamAt[1][0]) + 1] = 240;
-    const std::tuple<Bytes, bool, std::string> cases[] = {
-        {damaged, false, "frame 2: row 0: a player colour lies past the end of the palette"},
-        {WriteSprite({EncodeFrame(Art(20000, 1))}), false, "frame 1 is 20000 x 1 pixels, larger than a sheet of 16384 on a side"},
-        {WriteSprite({EncodeFrame(Art(1, 2100))}), true, "a sheet of 1 x 16800 pixels is larger than 16384 on a side"},  // teams
-    };
-    for (const auto& [bytes, teams, reason] : cases) {
-        sprite.Bytes = bytes;
-        EXPECT_TRUE(Export(ImageFormat::Sheet, {{}, 10, 0, teams}, "x.png", reason).empty());
-    }
-}
-
 }  // namespace

@@ -78,26 +78,6 @@ TEST_F(ExportTest, BothExportsWriteEveryFrameReportProgressAndEndWithTheGateOn) 
     }
 }
 
-// Neither export takes a canvas it can't draw, a sprite it can't read or a file it can't create. A bitmap
-// that can't be created ends a bundle; its text then counts and lists only the frames written.
-TEST_F(ExportTest, FailuresAreOrderlyAndLeaveTheGateOn) {
-    const std::string far = Sprite({EncodeFrame(Art(1, 1), INT32_MAX, INT32_MAX),  // a canvas of 2^32 columns
-                                    EncodeFrame(Art(1, 1), -INT32_MAX, -INT32_MAX)}, "far.slp");
-    const std::string three = Sprite(std::vector<FrameFixture>(3, EncodeFrame(Art(1, 1))));
-    std::filesystem::create_directory(dir_ / "walk2d.bmp");  // in the way of frame 2's mask
-    const std::tuple<Export, std::string, std::string> cases[] = {
-        {ExportSequence, far, dir_ / "walk"}, {ExportSLX, dir_ / "missing.slp", dir_ / "walk"},
-        {ExportSequence, three, dir_ / "no/such/walk"}, {ExportSLX, far, dir_ / "no/such/walk"},
-        {ExportSLX, three, dir_ / "walk"}};
-    for (const auto& [run, slp, base] : cases) {
-        SCOPED_TRACE(slp + " to " + base);
-        RecordingHost host;
-        EXPECT_FALSE(run(slp, base, host));
-        EXPECT_TRUE(host.GateOn);
-    }
-    EXPECT_EQ(Read("walk.slx"), BytesOf("SLX 0.5\r\n1\r\n0,0\r\nwalk1d.bmp\r\nwalk1c.bmp\r\n"));
-}
-
 // A frame damaged halfway is written as far as it decodes, the rows behind the damage black, and the
 // export goes on to the end before it reports. The files agree: the bundle lists every frame it
 // counts, and every bitmap it names exists.

@@ -8,13 +8,11 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QMimeData>
-#include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
 #include <QUrl>
 
 #include "WindowFixture.h"
-#include "shell/AboutForm.h"
 #include "shell/Preview.h"
 #include "shell/QtPlatform.h"
 
@@ -60,21 +58,6 @@ private slots:
                                 form->ResDisplayText->horizontalScrollBar()})
             for (auto role : {QPalette::Window, QPalette::WindowText, QPalette::Button, QPalette::ButtonText, QPalette::Base})
                 QCOMPARE(bar->palette().color(role), QApplication::palette(bar).color(role));
-    }
-
-    void theHeadingsTitleEndsClearlyBeforeTheArchivesName() {
-        // Measured in the label's own face at 96 and 144 DPI; the designed boxes overlap, the texts must not.
-        const QString title = form->DRSFileLabel1->text();
-        for (int dpi : {96, 144}) {
-            QImage screen(1, 1, QImage::Format_RGB32);
-            screen.setDotsPerMeterX(qRound(dpi / 0.0254));
-            screen.setDotsPerMeterY(qRound(dpi / 0.0254));
-            const QFontMetricsF metrics(form->DRSFileLabel1->font(), &screen);
-            const double width = std::max(metrics.horizontalAdvance(title), metrics.tightBoundingRect(title).right());
-            const double end = form->TwipsOf(form->DRSFileLabel1).Left + width * 1440 / dpi;
-            QVERIFY2(end + 60 <= form->TwipsOf(form->DRSFileLabel2).Left,
-                     qPrintable(QString("%1 DPI: the title ends at %2 twips").arg(dpi).arg(end)));
-        }
     }
 
     void resizeFollowsTheRule() {
@@ -195,15 +178,9 @@ private slots:
         cursor.setPosition(int(form->ResDisplayText->toPlainText().indexOf("a{b}")) + 1);
         QVERIFY(cursor.charFormat().foreground().color() != QColor(255, 0, 0));
 
-        // Bytes of Windows-1252 show as their characters, those from 0x80 to 0x9F too; lines beyond a
-        // block's worth read back whole.
-        std::string lines = "\x80\x9F\xE9\r\n";
-        for (int i = 0; i < RichTextBox::LinesPerBlock + 5; ++i) lines += "line " + std::to_string(i) + "\r\n";
-        RichTextBox box(nullptr);
-        box.SetTextRTF(TextPreviewOfText(lines, 1).Rtf);
-        const QStringList shown = box.toPlainText().split(u'\n');
-        QCOMPARE(shown[1], QString::fromUtf8("\u20AC\u0178\u00E9"));
-        QCOMPARE(shown[2 + RichTextBox::LinesPerBlock], QString("line %1").arg(RichTextBox::LinesPerBlock));
+        // Bytes of Windows-1252 show as their characters, those from 0x80 to 0x9F too.
+        form->ResDisplayText->SetTextRTF(TextPreviewOfText("\x80\x9F\xE9", 1).Rtf);
+        QCOMPARE(form->ResDisplayText->toPlainText().split(u'\n')[1], QString::fromUtf8("\u20AC\u0178\u00E9"));
     }
 
     void extractProposesByKindAndNeverWritesTheArchive() {
@@ -304,26 +281,6 @@ private slots:
         QVERIFY(form->cursor().shape() != Qt::WaitCursor);
     }
 
-    void draggingMovesOnEverySecondEvent() {
-        OpenAndSelect(Flag);
-        const TwipsRect start = form->TwipsOf(form->ResDisplayPic);
-        const int x = int(form->TwipsPerPixelX()), y = int(form->TwipsPerPixelY());
-        auto place = [&] { auto r = form->TwipsOf(form->ResDisplayPic); return std::pair(r.Left, r.Top); };
-
-        QTest::mousePress(form->ResDisplayPic, Qt::LeftButton, {}, QPoint(5, 5));
-        form->ResDisplayPic_MouseMove(15, 25);
-        QCOMPARE(place(), std::pair(start.Left + 10 * x, start.Top + 20 * y));
-        form->ResDisplayPic_MouseMove(50, 50);  // dropped
-        QCOMPARE(place(), std::pair(start.Left + 10 * x, start.Top + 20 * y));
-        form->ResDisplayPic_MouseMove(5 - 1000, 6);  // far left: held at 0, the top moves on
-        QCOMPARE(place(), std::pair(0, start.Top + 21 * y));
-        QCOMPARE(form->TwipsOf(form->ResDisplayPic).Width, start.Width);
-
-        form->ResDisplayPic_MouseUp(0, 0);
-        form->ResDisplayPic_MouseMove(100, 100);  // no button: nothing
-        QCOMPARE(place(), std::pair(0, start.Top + 21 * y));
-    }
-
     void shutdownSweepsTemporaryCopiesFailedOnesToo() {
         // An entry that lies past the end of its archive: its copy fails with the box, and is swept.
         fs::resize_file(archivePath, fs::file_size(archivePath) - 2);
@@ -361,17 +318,6 @@ private slots:
         const ShownMessage& help = desktop->Boxes.at(1);
         QVERIFY(help.Style == MessageStyle::Information && help.Title == "Help");
         QVERIFY(help.Text.starts_with("As a beta release, this program has no documentation."));
-    }
-
-    void theAboutBoxIsKeptAndExitClosesOnlyIt() {
-        form->menu_help_about->trigger();
-        AboutForm* about = form->About();
-        QVERIFY(about && about->isVisible() && !about->isModal());
-        about->ExitButton[1]->click();
-        QVERIFY(!about->isVisible());
-        QVERIFY(form->isVisible());  // "Exit" closes only the box
-        form->menu_help_about->trigger();
-        QCOMPARE(form->About(), about);
     }
 };
 

@@ -119,12 +119,8 @@ TEST_F(SLPDecoderTest, EveryCommandByteDrawsItsPixelsAndTakesItsOperands) {
 
 TEST_F(SLPDecoderTest, OneRowFramesDecodeAsDrawnByHand) {
     const struct { const char* Name; int16_t Left, Right; Bytes Stream; std::string Row; } cases[] = {
-        {"fills of 32 and 2, empty list, list, skip 0x01", 0, 0,
-         {0x07, 0x20, 5, 0x27, 6, 0x00, 0x0C, 1, 2, 3, 0x01, 3, 0x0F}, std::string(32, '5') + "66123TTT.."},
-        {"long skip of 4095", 0, 0, {0xF3, 0xFF, 0x0F}, std::string(4095, 'T') + ".."},
         {"shadow runs, one of none; player run by nibble, list and fill of 239", 0, 0,
          {0x0B, 0, 0x2B, 0x0B, 1, 0x1E, 2, 0x16, 239, 0x1A, 239, 0x0F}, "SSSbbPP.."},
-        {"outline pixels and runs", 0, 0, {0x4E, 0x5E, 3, 0x6E, 0x7E, 2, 0x0F}, "IIIIOOO.."},
         {"right margin starts where the commands end", 2, 2, {0x17, 5, 0x0F}, "TT5TT.."},
         {"row of 0x0F alone", 0, 3, {0x0F}, "TTT"},
         {"margin past Width is cut", 1, 5, {0x17, 5, 0x0F}, "T5T"},
