@@ -92,11 +92,4 @@ TEST(cDIBSectionTest, FillRunSetsExactlyItsColumnsAtEveryLengthAndPlace) {
     }
 }
 
-TEST(cDIBSectionTest, NoDibOnTheClipboard) {
-    RecordingHost host;
-    EXPECT_FALSE(ThreeByTwo().CopyToClipboard(host, true));
-    EXPECT_EQ(std::pair(host.Messages.size(), host.ClipboardPuts), std::pair(size_t{1}, 0));
-    EXPECT_EQ(host.Messages.at(0).Text, "I don't know how to put a DIB on the clipboard! Copy as bitmap instead!!!");
-}
-
 }  // namespace
