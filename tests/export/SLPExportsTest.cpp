@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <functional>
-
 #include "RecordingHost.h"
 #include "Writers.h"
 #include "colour/Colours.h"
@@ -24,10 +21,6 @@ struct ExportTest : testing::Test {
         for (size_t i = 0; i < 256; ++i) Palette[i] = i == 252 ? 0xFF00FF : RGB(int32_t(i), 7, 255 - int32_t(i));
         MaskColour = M, ShadowColour = 0x405060, OutlineInnerColour = 0x708090, OutlineOuterColour = 0xA0B0C0;
     }
-    std::string Sprite(const std::vector<FrameFixture>& frames, std::string_view name = "sprite.slp") {
-        WriteFileBytes(dir_ / name, WriteSprite(frames));
-        return dir_ / name;
-    }
     Bytes Read(const std::string& name) const { return ReadFileBytes(dir_ / name); }
     TempDir dir_;
 };
@@ -36,45 +29,44 @@ struct ExportTest : testing::Test {
 // 3 to 12 are a pixel each, every one its own colour, for frames are drawn ahead on surfaces that take
 // turns. ESC is down all along and changes nothing: an export can't be stopped.
 TEST_F(ExportTest, BothExportsWriteEveryFrameReportProgressAndEndWithTheGateOn) {
-    Art one(2, 2), two(3, 1);
-    one.Pixels = {{Layer::Colour, 5}, {Layer::Shadow, 0}, {Layer::Colour, 7}, {Layer::Colour, 252}};
-    two.Pixels = {{Layer::OutlineInner, 0}, {Layer::Player, 2}, {Layer::OutlineOuter, 0}};
-    std::vector<FrameFixture> frames{EncodeFrame(one, 0, 0), EncodeFrame(two, 1, -1)};
+    std::vector<Art> arts{Art(2, 2), Art(3, 1)};
+    arts[0].Pixels = {{Layer::Colour, 5}, {Layer::Shadow, 0}, {Layer::Colour, 7}, {Layer::Colour, 252}};
+    arts[1].Pixels = {{Layer::OutlineInner, 0}, {Layer::Player, 2}, {Layer::OutlineOuter, 0}};
+    std::vector<FrameFixture> frames{EncodeFrame(arts[0], 0, 0), EncodeFrame(arts[1], 1, -1)};
+    // The sequence's canvases: shadow keeps its code, outlines and the palette's 0xFF00FF go to MaskColour.
+    std::vector<std::vector<uint32_t>> canvases{{M, Palette[5], 0x0000FF, M, Palette[7], M}, {M, M, M, M, Palette[18], M}};
     std::vector<std::string> captions;
     std::string list = "SLX 0.5\r\n12\r\n";
     for (int i = 1; i <= 12; ++i) {
-        Art pixel(1, 1);
-        pixel.At(0, 0) = {Layer::Colour, uint8_t(9 + i)};
-        if (i > 2) frames.push_back(EncodeFrame(pixel));
+        if (i > 2) {
+            arts.emplace_back(1, 1).At(0, 0) = {Layer::Colour, uint8_t(9 + i)};
+            frames.push_back(EncodeFrame(arts.back()));
+            canvases.push_back({M, Palette[size_t(9 + i)], M, M, M, M});
+        }
         captions.push_back("Saving frame " + std::to_string(i) + " of 12");
         list += (i == 2 ? "1,-1\r\nwalk" : "0,0\r\nwalk") + std::to_string(i) + "d.bmp\r\nwalk" + std::to_string(i) + "c.bmp\r\n";
     }
     captions.push_back("");
+    WriteFileBytes(dir_ / "sprite.slp", WriteSprite(frames));
     const std::pair<Export, std::string> cases[] = {
         {ExportSequence, "Exporting to image sequence..."}, {ExportSLX, "Exporting all frames..."}};
     for (const auto& [run, status] : cases) {
         SCOPED_TRACE(status);
         RecordingHost host;
         host.EscapeFromAsk = 0;
-        ASSERT_TRUE(run(Sprite(frames), dir_ / "walk", host));
-        EXPECT_EQ(host.PictureStatusHistory, captions);
+        ASSERT_TRUE(run(dir_ / "sprite.slp", dir_ / "walk", host));
         EXPECT_EQ(host.ScrollValueHistory, (std::vector<int16_t>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}));
-        EXPECT_EQ(host.StatusHistory, (std::vector<std::string>{status, ""}));
-        EXPECT_EQ(std::tuple(host.RepaintedAt, host.GateHistory, host.EscapeAsks),
-                  std::tuple(std::vector<int16_t>{5, 10}, std::vector{false, true}, 0));
+        EXPECT_EQ(std::tuple(host.PictureStatusHistory, host.StatusHistory, host.RepaintedAt, host.GateHistory, host.EscapeAsks),
+                  std::tuple(captions, std::vector<std::string>{status, ""}, std::vector<int16_t>{5, 10},
+                             std::vector{false, true}, 0));
     }
-    // The sequence: shadow keeps its code, outlines and the palette's 0xFF00FF go to MaskColour.
-    EXPECT_EQ(Read("walk001.bmp"), BitmapOf(3, {M, Palette[5], 0x0000FF, M, Palette[7], M}));
-    EXPECT_EQ(Read("walk002.bmp"), BitmapOf(3, {M, M, M, M, Palette[18], M}));
     // The bundle: hot spots and both surfaces as decoded, whatever the colours chosen.
     EXPECT_EQ(Read("walk.slx"), BytesOf(list));
-    for (const auto& [name, art] : {std::pair{"walk1", &one}, {"walk2", &two}}) {
-        EXPECT_EQ(Read(name + std::string("c.bmp")), BitmapOf(art->Width, ExpectedImage(*art, Palette)));
-        EXPECT_EQ(Read(name + std::string("d.bmp")), BitmapOf(art->Width, ExpectedMask(*art)));
-    }
-    for (int32_t i = 3; i <= 12; ++i) {
-        EXPECT_EQ(Read("walk" + PadFrameNumber(i) + ".bmp"), BitmapOf(3, {M, Palette[size_t(9 + i)], M, M, M, M})) << i;
-        EXPECT_EQ(Read("walk" + std::to_string(i) + "c.bmp"), BitmapOf(1, {Palette[size_t(9 + i)]})) << i;
+    for (int32_t i = 1; i <= 12; ++i) {
+        const Art& art = arts[size_t(i - 1)];
+        EXPECT_EQ(Read("walk" + PadFrameNumber(i) + ".bmp"), BitmapOf(3, canvases[size_t(i - 1)])) << i;
+        EXPECT_EQ(Read("walk" + std::to_string(i) + "c.bmp"), BitmapOf(art.Width, ExpectedImage(art, Palette))) << i;
+        EXPECT_EQ(Read("walk" + std::to_string(i) + "d.bmp"), BitmapOf(art.Width, ExpectedMask(art))) << i;
     }
 }
 
@@ -85,25 +77,22 @@ TEST_F(ExportTest, ADamagedFrameIsWrittenAsFarAsItGoesAndTheExportGoesOn) {
     Art plain(2, 2);
     for (ArtPixel& pixel : plain.Pixels) pixel = {Layer::Colour, 5};
     SpriteLayout at;
-    const Bytes good = WriteSprite(std::vector<FrameFixture>(3, EncodeFrame(plain)), "2.0N", "", &at);
+    Bytes damaged = WriteSprite(std::vector<FrameFixture>(3, EncodeFrame(plain)), "2.0N", "", &at), tall = damaged;
     const auto row2 = size_t(at.RowStreamAt[1][1]);
+    damaged[row2] = 0x1A, damaged[row2 + 1] = 240;
+    PutI32(tall, 64 + 20, MaxFrameRows + 1);  // frame 2's record starts at 64
     const uint32_t P = Palette[5], C = LayerColour;
-    cDIBSection none;
-    none.Create(0, 0);
-    // Image and Mask: frame 2 of the bundle; Canvas: frame 2 of the sequence. Frame 2's record starts at 64.
-    const struct { const char* Name; std::function<void(Bytes&)> Damage; Bytes Image, Mask, Canvas; } cases[] = {
-        {"row 2 damaged", [&](Bytes& b) { b[row2] = 0x1A, b[row2 + 1] = 240; }, BitmapOf(2, {P, P, 0, 0}),
-         BitmapOf(2, {C, C, 0, 0}), BitmapOf(2, {P, P, 0, 0})},
-        {"taller than Brindle draws", [](Bytes& b) { PutI32(b, 64 + 20, MaxFrameRows + 1); }, none.EncodeBitmap(),
-         none.EncodeBitmap(), BitmapOf(2, std::vector<uint32_t>(2 * (MaxFrameRows + 1), M))},
+    const Bytes none = [] { cDIBSection empty; empty.Create(0, 0); return empty.EncodeBitmap(); }();
+    // Image and Mask: frame 2 of the bundle; Canvas: frame 2 of the sequence.
+    const struct { const char* Name; Bytes Sprite, Image, Mask, Canvas; } cases[] = {
+        {"row 2 damaged", damaged, BitmapOf(2, {P, P, 0, 0}), BitmapOf(2, {C, C, 0, 0}), BitmapOf(2, {P, P, 0, 0})},
+        {"taller than Brindle draws", tall, none, none, BitmapOf(2, std::vector<uint32_t>(2 * (MaxFrameRows + 1), M))},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.Name);
         const TempDir out;  // no file of an earlier case counts
         auto read = [&](const std::string& name) { return ReadFileBytes(out / name); };
-        Bytes bytes = good;
-        c.Damage(bytes);
-        WriteFileBytes(out / "damaged.slp", bytes);
+        WriteFileBytes(out / "damaged.slp", c.Sprite);
         RecordingHost host;
         const Outcome bundle = ExportSLX(out / "damaged.slp", out / "walk", host);
         const Outcome sequence = ExportSequence(out / "damaged.slp", out / "seq", host);
