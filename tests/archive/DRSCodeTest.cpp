@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <regex>
 
 #include "RecordingHost.h"
 #include "Writers.h"
@@ -48,12 +47,11 @@ TEST_F(ArchiveTest, EveryFlavourListsTablesAndEntriesInArchiveOrder) {
         host = RecordingHost{};  // answers OK to the question about an unknown flavour
         ArchiveLayout at;
         ASSERT_EQ(Read(WriteArchive(SmallArchive(kind), &at)), CatalogueBuilt);
-        const Rows rows{{},        {50, at.DataAt[0][0], 3}, {-7, at.DataAt[0][1], 1}, {}, {1, at.DataAt[1][0], 2},
-                        {},        {},                       {9, at.DataAt[3][0], 1},  {}, {300, at.DataAt[4][0], 0}};
-        const Listed list{{"--SLP (2)--", KindHeading}, {"50", KindSLP},  {"-7", KindSLP},
-                          {"--WAV (1)--", KindHeading}, {"1", KindWAV},   {"--BIN (0)--", KindHeading},
-                          {"--SLP (1)--", KindHeading}, {"9", KindSLP},   {"--XYZ (1)--", KindHeading},
-                          {"300", KindOther}};
+        const Rows rows{{}, {50, at.DataAt[0][0], 3}, {-7, at.DataAt[0][1], 1}, {}, {1, at.DataAt[1][0], 2},
+                        {}, {}, {9, at.DataAt[3][0], 1}, {}, {300, at.DataAt[4][0], 0}};
+        const Listed list{{"--SLP (2)--", KindHeading}, {"50", KindSLP}, {"-7", KindSLP}, {"--WAV (1)--", KindHeading},
+                          {"1", KindWAV}, {"--BIN (0)--", KindHeading}, {"--SLP (1)--", KindHeading}, {"9", KindSLP},
+                          {"--XYZ (1)--", KindHeading}, {"300", KindOther}};
         EXPECT_EQ(Shown(), std::tuple(list, rows, 1));
         const ShownMessage question{std::string(InvalidFormatQuestion), MessageStyle::OkCancel, ""};
         EXPECT_EQ(host.Messages, kind == Flavour::Unknown ? std::vector{question} : std::vector<ShownMessage>{});
@@ -71,27 +69,21 @@ TEST_F(ArchiveTest, OnlyAWholeDirectoryReplacesTheArchiveBefore) {
         return WriteArchive({Flavour::Year1997, {{StoredTag("slp"), std::vector<EntryFixture>(size_t(count - 1))}}});
     };
     struct Case { std::string Name; int16_t Code; std::function<void(Bytes&)> Damage; };
+    const auto put = [](size_t offset, int32_t value) { return [=](Bytes& b) { PutI32(b, offset, value); }; };
     std::vector<Case> cases = {
-        {"magic in another case", CatalogueRefused, [](Bytes& b) { b[0] = 'c'; }},
         {"magic without its blank", CatalogueRefused, [](Bytes& b) { b[27] = 'x'; }},
-        {"TableCount negative", CatalogueDamaged, [&](Bytes& b) { PutI32(b, header + 16, -1); }},
-        {"TableCount huge", CatalogueDamaged, [&](Bytes& b) { PutI32(b, header + 16, 0x7FFFFFFF); }},
-        {"TableCount 0", CatalogueBuilt, [&](Bytes& b) { PutI32(b, header + 16, 0); }},
-        {"EntryCount negative", CatalogueDamaged, [&](Bytes& b) { PutI32(b, table + 8, -1); }},
-        {"EntryCount beyond 16 bits, all records there", CatalogueDamaged,
+        {"table count -1", CatalogueDamaged, put(header + 16, -1)}, {"table count 0", CatalogueBuilt, put(header + 16, 0)},
+        {"table count huge", CatalogueDamaged, put(header + 16, 0x7FFFFFFF)},
+        {"entry count -1", CatalogueDamaged, put(table + 8, -1)}, {"entries at -12", CatalogueDamaged, put(table + 4, -12)},
+        {"entry count beyond 16 bits, all records there", CatalogueDamaged,
          [&](Bytes& b) { PutI32(b, table + 8, 65538); b.resize(size_t(at.EntryRecordsAt[0]) + 12 * 65538); }},
-        {"EntriesOffset negative", CatalogueDamaged, [&](Bytes& b) { PutI32(b, table + 4, -12); }},
-        {"EntriesOffset at the end", CatalogueDamaged, [&](Bytes& b) { PutI32(b, table + 4, int32_t(b.size())); }},
-        {"records across the end", CatalogueDamaged, [&](Bytes& b) { PutI32(b, table + 4, int32_t(b.size() - 12)); }},
         {"32766 rows", CatalogueBuilt, [&](Bytes& b) { b = rows(MaxListRows); }},
-        {"32767 rows", CatalogueDamaged, [&](Bytes& b) { b = rows(MaxListRows + 1); }},
-    };
+        {"32767 rows", CatalogueDamaged, [&](Bytes& b) { b = rows(MaxListRows + 1); }}};
     std::vector<int32_t> cuts = {0, 27, at.HeaderAt, at.TablesAt};
     for (int32_t t = 1; t <= 5; ++t) cuts.push_back(at.TablesAt + 12 * t);
     for (int32_t records : at.EntryRecordsAt) cuts.push_back(records), cuts.push_back(records + 12);
-    const int32_t whole = cuts.back();  // just behind the last record
-    for (int32_t cut : cuts) {
-        const int16_t code = cut >= whole ? CatalogueBuilt : cut < 28 ? CatalogueRefused : CatalogueDamaged;
+    for (int32_t cut : cuts) {  // the last just behind the last record
+        const int16_t code = cut == cuts.back() ? CatalogueBuilt : cut < 28 ? CatalogueRefused : CatalogueDamaged;
         cases.push_back({"cut at " + std::to_string(cut), code, [cut](Bytes& b) { b.resize(size_t(cut)); }});
     }
     for (const Case& c : cases) {
@@ -118,10 +110,9 @@ TEST_F(ArchiveTest, CopiesEntriesByteForByteOrFailsWithTheBox) {
     ASSERT_TRUE(archive.Open(path));
     // Offset, Size, and the bytes left in the new file: -1 when not looked at, -2 when it can't be created.
     const std::array<int32_t, 3> cases[] = {
-        {100, 0, 0}, {100, 1, 1}, {100, 1023, 1023}, {100, 1024, 1024}, {3, 1025, 1025}, {end - 10, 2048, 10},
-        {16, EntrySizeLimit - 1, EntrySizeLimit - 1}, {16, EntrySizeLimit + BlockSize, 0}, {end + 5, 10, 0},
+        {100, 0, 0}, {100, 1024, 1024}, {3, 1025, 1025}, {end - 10, 2048, 10}, {16, EntrySizeLimit - 1, EntrySizeLimit - 1},
         {16, EntrySizeLimit + 1000, EntrySizeLimit},  // the 32,767 whole blocks are written, then it fails
-        {-1, 10, -1}, {0, -1, -1}, {0, 10, -2}};
+        {16, EntrySizeLimit + BlockSize, 0}, {end + 5, 10, 0}, {-1, 10, -1}, {0, -1, -1}, {0, 10, -2}};
     const std::vector<std::string> finished{"Reading data...", "Finished reading data"};
     for (auto [offset, size, written] : cases) {
         SCOPED_TRACE(testing::Message() << offset << " " << size);
@@ -131,20 +122,15 @@ TEST_F(ArchiveTest, CopiesEntriesByteForByteOrFailsWithTheBox) {
         const std::string target = written == -2 ? dir / "no/folder/out" : out;
         EXPECT_EQ(ReadResourceData(archive, target, CatalogueRow{1, offset, size, {}}, host).Ok, ok);
         EXPECT_EQ(host.StatusHistory, ok ? finished : std::vector{finished[0]});
-        const ShownMessage saveError{"Error saving file!", MessageStyle::Plain, ""};
-        EXPECT_EQ(host.Messages, ok ? std::vector<ShownMessage>{} : std::vector{saveError});
+        EXPECT_EQ(host.Messages, std::vector<ShownMessage>(ok ? 0 : 1, {"Error saving file!", MessageStyle::Plain, ""}));
         const auto start = whole.begin() + std::clamp(offset, 0, end);
         if (written >= 0) { EXPECT_TRUE(ReadFileBytes(out) == Bytes(start, start + written)); }
     }
 }
 
 TEST(TempStampTest, HundredthsSinceMidnightRoundedDown) {
-    for (auto [seconds, stamp] :
-         {std::pair{0.0, "0"}, {0.009, "0"}, {1.5, "150"}, {12345.678, "1234567"}, {86399.999, "8639999"}})
+    for (auto [seconds, stamp] : {std::pair{0.0, "0"}, {0.009, "0"}, {12345.678, "1234567"}, {86399.999, "8639999"}})
         EXPECT_EQ(TempStamp(seconds), stamp) << seconds;
-    TempFolder = "/tmp/brindle/";
-    const std::string path = MakeTempResourcePath();
-    EXPECT_TRUE(std::regex_match(path, std::regex(R"(/tmp/brindle/_drs(0|[1-9][0-9]{0,6})\.drx)"))) << path;
 }
 
 }  // namespace

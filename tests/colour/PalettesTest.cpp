@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <sstream>
 
 #include "RecordingHost.h"
 #include "Writers.h"
@@ -12,13 +11,14 @@ using namespace fixtures;
 
 namespace {
 
+using enum PaletteLoad;
 const std::vector<ShownMessage> NotValid{{"Not valid palette file!", MessageStyle::Plain, ""}};
 
 struct PaletteTest : testing::Test {
     TempDir dir;
     RecordingHost host;
     std::array<uint32_t, 256> defaults{};
-    void SetUp() override { ASSERT_EQ(LoadPalette("", host).State, PaletteLoad::Loaded); defaults = Palette; }
+    void SetUp() override { ASSERT_EQ(LoadPalette("", host).State, Loaded); defaults = Palette; }
     // Loads a file of the three header lines, the version and count read by nobody, and the given colour lines.
     PaletteLoad Load(const std::vector<std::string>& lines, std::string_view first = "JASC-PAL") {
         std::string text = std::string(first) + "\r\nany version\r\n16\r\n";
@@ -26,9 +26,15 @@ struct PaletteTest : testing::Test {
         WriteFileText(dir / "p.pal", text);
         return LoadPalette(dir / "p.pal", host).State;
     }
+    static constexpr uint32_t Untouched = 0x123456;
+    // Loads the bytes as a file of that name, Palette filled with one colour before.
+    PaletteResult LoadAny(const std::string& name, std::string_view bytes) {
+        Palette.fill(Untouched);
+        WriteFileText(dir / name, bytes);
+        return LoadAnyPalette(dir / name, host);
+    }
 };
 
-// The window starts with the carried palette and the colour choices it first draws.
 TEST_F(PaletteTest, DefaultsAreTheCarriedPaletteAndTheFirstColourChoices) {
     // Entry 1 is "0 74 161", 16 "0 0 82", 23 "205 250 255".
     EXPECT_EQ(std::tuple(defaults[0], defaults[1], defaults[16], defaults[23], defaults[255]),
@@ -44,103 +50,69 @@ TEST_F(PaletteTest, LinesAreReadAsTextItems) {
     std::vector<std::string> lines{"300 0 0", "  1 2  3", "4 5 6,10 11 12"};
     lines.resize(256, "7 8 9");
     lines.push_back("anything behind the last entry");
-    ASSERT_EQ(Load(lines), PaletteLoad::Loaded);
+    ASSERT_EQ(Load(lines), Loaded);
     EXPECT_EQ(std::vector<uint32_t>(Palette.begin(), Palette.begin() + 5),
               (std::vector<uint32_t>{0x0000FF, RGB(1, 2, 3), RGB(4, 5, 6), RGB(10, 11, 12), RGB(7, 8, 9)}));
     EXPECT_EQ(Palette[255], RGB(7, 8, 9));
 }
 
 TEST_F(PaletteTest, BadFilesAreRefusedOrStopWithTheEntriesReadSoFar) {
-    EXPECT_EQ(Load({"1 2 3"}, "jasc-pal"), PaletteLoad::Refused);
+    EXPECT_EQ(Load({"1 2 3"}, "jasc-pal"), Refused);
     EXPECT_EQ(std::pair(Palette, host.Messages), std::pair(defaults, NotValid));
-    auto want = defaults;
-    want[0] = RGB(9, 8, 7);
-    for (const char* second : {"-1 0 0", "32768 0 0", "x 0 0", "1 2", "the file ends"}) {
-        Palette = defaults;
+    for (const char* second : {"-1 0 0", "32768 0 0", "1 2", "the file ends"}) {
+        Palette.fill(Untouched);
         std::vector<std::string> lines{"9 8 7", second};
         lines.resize(lines[1] == "the file ends" ? 1 : 256, "1 1 1");  // nothing behind a bad line is read
-        EXPECT_EQ(Load(lines), PaletteLoad::Failed) << second;
-        EXPECT_EQ(Palette, want) << second;
+        EXPECT_EQ(Load(lines), Failed) << second;
+        EXPECT_EQ(std::pair(Palette[0], std::ranges::count(Palette, Untouched)), std::pair(RGB(9, 8, 7), 255L)) << second;
     }
-    host.Messages.clear();
-    EXPECT_EQ(LoadPalette(dir / "missing.pal", host).State, PaletteLoad::Failed);
-    EXPECT_TRUE(host.Messages.empty());  // a failure leaves its box to the caller
 }
 
 // ---- palette files of other programs -----------------------------------------------------------------
 
 std::vector<uint32_t> Rainbow(size_t count) {
     std::vector<uint32_t> colours;
-    for (size_t i = 0; i < count; ++i) colours.push_back(RGB(int32_t(i % 256), int32_t(i * 3 % 256), int32_t(255 - i % 200)));
+    for (size_t i = 0; i < count; ++i) colours.push_back(RGB(int(i % 256), int(i * 3 % 256), int(255 - i % 200)));
     return colours;
 }
 std::string Text(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 
-struct AnyPaletteTest : PaletteTest {
-    static constexpr uint32_t Untouched = 0x123456;
-    // Loads the bytes as a file of that name, Palette filled with one colour before.
-    PaletteResult LoadAny(const std::string& name, std::string_view bytes) {
-        Palette.fill(Untouched);
-        WriteFileText(dir / name, bytes);
-        return LoadAnyPalette(dir / name, host);
-    }
-};
-
 // JASC-PAL comes first and reads however long it is: here a version line of 1 MiB puts its colours past
 // the size of any other palette file.
-TEST_F(AnyPaletteTest, EachFormatGivesItsColoursBlackBehindThemAndNoMoreThan256) {
+TEST_F(PaletteTest, EachFormatGivesItsColoursBlackBehindThemAndNoMoreThan256) {
     const std::string jasc = WriteJascPal(Rainbow(256));
     std::string big = jasc;
     big.insert(big.find('\n') + 1, std::string(MaxPaletteFileSize, 'v'));
     const struct { const char* name; std::string bytes; size_t count; } cases[] = {
-        {"big.act", big, 256},
-        {"short.pal", Text(WriteRiffPal(Rainbow(16))), 16},
-        {"long.pal", Text(WriteRiffPal(Rainbow(300))), 300},
-        {"gimp.gpl", WriteGimpPal(Rainbow(16)), 16},
-        {"full.act", Text(WriteAct(Rainbow(256), false)), 256},
-        {"COUNTED.ACT", Text(WriteAct(Rainbow(16), true)), 16},
-    };
+        {"big.act", big, 256}, {"gimp.gpl", WriteGimpPal(Rainbow(16)), 16},
+        {"short.pal", Text(WriteRiffPal(Rainbow(16))), 16}, {"long.pal", Text(WriteRiffPal(Rainbow(300))), 300},
+        {"full.act", Text(WriteAct(Rainbow(256), false)), 256}, {"COUNTED.ACT", Text(WriteAct(Rainbow(16), true)), 16}};
     for (const auto& c : cases) {
         const PaletteResult result = LoadAny(c.name, c.bytes);
-        ASSERT_EQ(result.State, PaletteLoad::Loaded) << c.name << ": " << result.Detail;
+        ASSERT_EQ(result.State, Loaded) << c.name << ": " << result.Detail;
         std::vector<uint32_t> want = Rainbow(std::min<size_t>(c.count, 256));
         want.resize(256, 0);
         EXPECT_TRUE(std::ranges::equal(Palette, want)) << c.name;
     }
-    EXPECT_TRUE(host.Messages.empty());
-    // From a stream the name alone tells an Adobe table.
-    std::istringstream act(Text(WriteAct(Rainbow(256), false)));
-    ASSERT_EQ(LoadAnyPalette(act, "x.act", host).State, PaletteLoad::Loaded);
-    EXPECT_EQ(Palette[200], Rainbow(201)[200]);
     // A JASC-PAL file that ends early keeps the colours read so far, in the same words as LoadPalette.
     const PaletteResult cut = LoadAny("cut.gpl", jasc.substr(0, jasc.size() / 2));
     EXPECT_EQ(std::pair(Palette[0], Palette[255]), std::pair(Rainbow(1)[0], Untouched));
-    EXPECT_EQ(std::pair(cut.State, cut.Detail), std::pair(PaletteLoad::Failed, LoadPalette(dir / "cut.gpl", host).Detail));
+    EXPECT_EQ(std::pair(cut.State, cut.Detail), std::pair(Failed, LoadPalette(dir / "cut.gpl", host).Detail));
 }
 
-TEST_F(AnyPaletteTest, DamagedOrUnknownFilesLeaveThePaletteAlone) {
+TEST_F(PaletteTest, DamagedOrUnknownFilesLeaveThePaletteAlone) {
     Bytes riff = WriteRiffPal(Rainbow(16));
     auto patched = [&](size_t at, int32_t value) { Bytes b = riff; PutI32(b, at, value); return Text(b); };
-    const std::string gimp = "GIMP Palette\n1 2 3\n";
-    std::string junk(4096, '\0');
-    for (size_t i = 0; i < junk.size(); ++i) junk[i] = char(i * 131 + i / 7);
+    const std::string gimp = "GIMP Palette\n1 2 3\n", act = Text(WriteAct(Rainbow(256), false));
     const struct { const char* name; std::string bytes; PaletteLoad state; } cases[] = {
-        {"cut.pal", Text(riff).substr(0, riff.size() - 1), PaletteLoad::Failed},
-        {"huge-chunk.pal", patched(16, -1), PaletteLoad::Failed},  // the first chunk's size
-        {"count.pal", patched(32, 0x03E80300), PaletteLoad::Failed},  // version 0x0300, 1000 colours
-        {"version.pal", patched(32, 0x00100301), PaletteLoad::Failed},
-        {"256.gpl", gimp + "256 0 0\n", PaletteLoad::Failed},
-        {"glued.gpl", gimp + "1 2 3x\n", PaletteLoad::Failed},
-        {"huge.gpl", gimp + std::string(MaxPaletteFileSize, '#'), PaletteLoad::Failed},
-        {"300.act", Text(WriteAct(Rainbow(300), true)), PaletteLoad::Failed},
-        {"769.act", Text(WriteAct(Rainbow(256), false)) + "x", PaletteLoad::Refused},
-        {"table.pal", Text(WriteAct(Rainbow(256), false)), PaletteLoad::Refused},  // no .act, no signature
-        {"junk.pal", junk, PaletteLoad::Refused},  // binary junk is no palette file of any format
-    };
+        {"huge-chunk.pal", patched(16, -1), Failed}, {"version.pal", patched(32, 0x00100301), Failed},
+        {"1000-colours.pal", patched(32, 0x03E80300), Failed}, {"300.act", Text(WriteAct(Rainbow(300), true)), Failed},
+        {"256.gpl", gimp + "256 0 0\n", Failed}, {"glued.gpl", gimp + "1 2 3x\n", Failed}, {"769.act", act + "x", Refused},
+        {"huge.gpl", gimp + std::string(MaxPaletteFileSize, '#'), Failed}, {"adobe.pal", act, Refused}};
     for (const auto& c : cases) {
         host.Messages.clear();
         const PaletteResult result = LoadAny(c.name, c.bytes);
-        const bool refused = c.state == PaletteLoad::Refused;
+        const bool refused = c.state == Refused;
         EXPECT_EQ(std::tuple(result.State, std::ranges::count(Palette, Untouched), host.Messages),
                   std::tuple(c.state, 256, refused ? NotValid : std::vector<ShownMessage>{}))
             << c.name << ": " << result.Detail;

@@ -10,8 +10,7 @@ TEST(FunctionsTest, PathPartsAndExportNames) {
         {"z.drs", "", "z.drs", "z.drs", "z"},     // no separator: the whole path is the base name
         {"/x/z", "/x/", "z", "/x/z", "/x/z"},     // no dot: the whole path
         {"/a.b/c", "/a.b/", "c", "c", "/a.b/c"},  // the only dot stands in a folder name
-        {"/a/.drs", "/a/", ".drs", "", "/a/"}, {"/a/b.c.d", "/a/", "b.c.d", "b.c", "/a/b.c"}, {"", "", "", "", ""},
-    };
+        {"/a/.drs", "/a/", ".drs", "", "/a/"}, {"/a/b.c.d", "/a/", "b.c.d", "b.c", "/a/b.c"}, {"", "", "", "", ""}};
     for (const auto& c : cases)
         EXPECT_EQ(std::tuple(FolderOfPath(c.Path), FileOfPath(c.Path), BaseNameOfPath(c.Path), ExportBasePath(c.Path)),
                   std::tuple(c.Folder, c.File, c.Base, c.ExportBase)) << c.Path;
@@ -21,9 +20,8 @@ TEST(FunctionsTest, PathPartsAndExportNames) {
 
 TEST(FunctionsTest, Windows1252AndUtf8) {
     const struct { std::string_view Windows1252, Utf8; } both[] = {
-        {"A\x80\x9F\xE9\xFF", "A\xE2\x82\xAC\xC5\xB8\xC3\xA9\xC3\xBF"}, {"\x85\x8A\x99", "\xE2\x80\xA6\xC5\xA0\xE2\x84\xA2"},
-        {"\x81\x8D\x8F\x90\x9D", "\xC2\x81\xC2\x8D\xC2\x8F\xC2\x90\xC2\x9D"},  // undefined in the code page
-    };
+        {"A\x80\x85\x8A\x99\x9F\xE9\xFF", "A\xE2\x82\xAC\xE2\x80\xA6\xC5\xA0\xE2\x84\xA2\xC5\xB8\xC3\xA9\xC3\xBF"},
+        {"\x81\x8D\x8F\x90\x9D", "\xC2\x81\xC2\x8D\xC2\x8F\xC2\x90\xC2\x9D"}};  // undefined in the code page
     for (const auto& c : both)
         EXPECT_EQ(std::pair(Windows1252ToUtf8(c.Windows1252), Utf8ToWindows1252(c.Utf8)),
                   std::pair(std::string(c.Utf8), std::string(c.Windows1252))) << c.Windows1252;
@@ -34,8 +32,7 @@ TEST(FunctionsTest, Windows1252AndUtf8) {
     // overlong, stray, impossible, a surrogate.
     const struct { std::string_view Utf8, Windows1252; } lossy[] = {
         {"\xE6\x97\xA5\xEF\xBC\x81", "??"}, {"\xC2\x80", "?"}, {"\xF0\x9F\x98\x80!", "?!"}, {"\xE2\x82x", "?x"},
-        {"\xC0\xAF\xFF", "???"}, {"\xED\xA0\x80", "???"},
-    };
+        {"\xC0\xAF\xFF", "???"}, {"\xED\xA0\x80", "???"}};
     for (const auto& c : lossy) EXPECT_EQ(Utf8ToWindows1252(c.Utf8), c.Windows1252) << c.Utf8;
 }
 

@@ -19,9 +19,8 @@ TEST(WindowStartTest, WithoutADisplayItSaysSoInOneLineAndHowToUseAVirtualOne) {
     // A bare environment: no display at all; then a display that nothing serves. Questions about the
     // program need no display: they answer on stdout.
     for (const auto& [command, answer] : std::initializer_list<std::pair<std::string, std::string>>{
-             {bare, ""}, {"env -i DISPLAY=:9876 '" + program + "'", ""},
-             {"env -i QT_QPA_PLATFORM=xcb DISPLAY=:9876 '" + program + "'", ""},
-             {bare + " --version", "brindle "}, {bare + " -V", "brindle "}, {bare + " --help", "Usage: brindle"}}) {
+             {bare, ""}, {"env -i DISPLAY=:9876 '" + program + "'", ""}, {bare + " --version", "brindle "},
+             {bare + " -V", "brindle "}, {bare + " --help", "Usage: brindle"}}) {
         const int status = std::system((command + " >'" + dir / "out" + "' 2>'" + dir / "err" + "'").c_str());
         const std::string out = ReadFileText(dir / "out"), err = ReadFileText(dir / "err");
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == (answer.empty() ? 1 : 0)) << command;
