@@ -8,7 +8,6 @@
 #include <QTest>
 
 #include "WindowFixture.h"
-#include "shell/Controls.h"
 
 using namespace fixtures;
 
@@ -23,9 +22,11 @@ class MainFormDescriptionsTest : public QObject, public WindowFixture {
 
     std::string RowText(int row) const { return form->DRSFilesList->List(row); }
 
-    std::vector<int> Shown() const {
-        return {form->RenameLists[0]->currentIndex(), form->RenameLists[1]->currentIndex(),
-                form->RenameLists[2]->currentIndex()};
+    // The three lists' picks and the text box, as "0 3 1: text".
+    std::string Shown() const {
+        const auto& lists = form->RenameLists;
+        return std::to_string(lists[0]->currentIndex()) + " " + std::to_string(lists[1]->currentIndex()) + " " +
+               std::to_string(lists[2]->currentIndex()) + ": " + Str(form->RenameTextBox->text());
     }
 
     // A Descriptions item whose file dialog is answered with path.
@@ -38,22 +39,17 @@ private slots:
     void init() { SetUp(); }
     void cleanup() { TearDown(); }
 
-    void editingRewritesTheRow() {
+    void editsRewriteTheRowAndGoOutToADescriptionFileAndComeBack() {
+        // Edit shows the text box, where "@", which divides a description file's fields, can't be typed.
+        form->menu_descr_edit->trigger();
+        QVERIFY(form->menu_descr_edit->isChecked() && form->RenameTextBox->isVisible());
         OpenAndSelect(Flag);
-        Pick(2, 1);
-        Pick(1, 3);
-        Pick(0, 2);
-        form->RenameTextBox->setText("  gate ");
+        for (auto [list, row] : {std::pair{2, 1}, {1, 3}, {0, 2}}) Pick(list, row);
+        QTest::keyClicks(form->RenameTextBox, "  g@ate ");
         QCOMPARE(RowText(Flag), "M/T3:   gate ");
-
-        // Selecting rows fires the controls' events without storing anything; the row's own values come back.
-        form->DRSFilesList->SetListIndex(Tone);
-        QCOMPARE(Shown(), (std::vector<int>{0, 0, 0}));
-        QCOMPARE(form->RenameTextBox->text(), QString());
-        QCOMPARE(RowText(Tone), "5000");
-        form->DRSFilesList->SetListIndex(Flag);
-        QCOMPARE(Shown(), (std::vector<int>{2, 3, 1}));
-        QCOMPARE(form->RenameTextBox->text(), QString("  gate "));
+        const std::string text(40000, 'w');
+        form->DRSFilesList->SetListIndex(Walker);
+        form->RenameTextBox->setText(QString::fromStdString(text));
 
         // A heading is edited like any row; "[N/A]" again takes the piece away.
         form->DRSFilesList->SetListIndex(WavHeading);
@@ -62,65 +58,41 @@ private slots:
         Pick(0, 0);
         QCOMPARE(RowText(WavHeading), "");
 
-        // After opening again no row is selected, and edits store nothing.
-        Open(archivePath);
-        Pick(1, 2);
-        form->RenameTextBox->setText("lost");
-        for (const CatalogueRow& row : DRSCatalogue) QCOMPARE(row.Description, ResourceDescription{});
-    }
-
-    void editShowsAndHidesTheTextBox() {
-        form->menu_descr_edit->trigger();
-        QVERIFY(form->menu_descr_edit->isChecked() && form->RenameTextBox->isVisible());
-        form->menu_descr_edit_Click();
-        QVERIFY(!form->menu_descr_edit->isChecked() && !form->RenameTextBox->isVisible());
-
-        // "@" divides a description file's fields, so it can't be typed.
-        OpenAndSelect(Flag);
-        QTest::keyClicks(form->RenameTextBox, "a@b");
-        QCOMPARE(DRSCatalogue[Flag].Description.Text, "ab");
-    }
-
-    void descriptionFilesRoundTrip() {
-        const std::string text(40000, 'w');  // longer than a text box takes by default
-        OpenAndSelect(Walker);
-        Pick(0, 2);
-        form->RenameTextBox->setText(QString::fromStdString(text));
-        form->DRSFilesList->SetListIndex(Text);
-        Pick(2, 3);
         const std::string saved = At("mine.dsc");
         Answer(form->menu_descr_save, saved);
         QCOMPARE(desktop->DialogsShown.back().Filter, "Description file (*.dsc)|*.dsc");
         const Bytes bytes = ReadFileBytes(saved);
-        QCOMPARE(std::string(bytes.begin(), bytes.end()), "1000@2@0@0@" + text + "\r\n7@0@0@3@\r\n");
+        QCOMPARE(std::string(bytes.begin(), bytes.end()), "1000@0@0@0@" + text + "\r\n1001@2@3@1@gate\r\n");  // trimmed
 
-        // Loaded onto the archive opened afresh: the rows named change, the selection and controls don't.
-        OpenAndSelect(Flag);
+        // After opening again no row is selected, and edits store nothing. The save dialog proposes the archive's
+        // name, but nothing goes into it.
+        const Bytes archive = ReadFileBytes(archivePath);
+        Open(archivePath);
+        Pick(1, 2);
+        form->RenameTextBox->setText("lost");
+        for (const CatalogueRow& row : DRSCatalogue) QCOMPARE(row.Description, ResourceDescription{});
+        Answer(form->menu_descr_save, archivePath);
+        QCOMPARE(desktop->DialogsShown.back().FileName, archivePath);
+        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error saving description file!", MessageStyle::Plain, ""}}));
+        QCOMPARE(ReadFileBytes(archivePath), archive);
+
+        // Loaded: the rows named change, the selection doesn't; selecting a row, which stores nothing, shows its values.
+        form->DRSFilesList->SetListIndex(Tone);
         Answer(form->menu_descr_load, saved);
-        QCOMPARE(RowText(Walker), "M: " + text);
-        QCOMPARE(RowText(Flag), "1001");
-        QCOMPARE(form->DRSFilesList->ListIndex(), int(Flag));
-        QVERIFY(form->DRSFilesList->isVisible());
+        QCOMPARE(RowText(Flag), "M/T3: gate");
+        QCOMPARE(form->DRSFilesList->ListIndex(), int(Tone));
+        form->DRSFilesList->SetListIndex(Flag);
+        QCOMPARE(Shown(), "2 3 1: gate");
         form->DRSFilesList->SetListIndex(Walker);
-        QCOMPARE(Shown(), (std::vector<int>{2, 0, 0}));
-        QCOMPARE(form->RenameTextBox->text().size(), qsizetype(text.size()));
-        form->RenameTextBox->end(false);
-        QTest::keyClicks(form->RenameTextBox, "!");
-        QCOMPARE(DRSCatalogue[Walker].Description.Text, text + "!");
+        QCOMPARE(Shown(), "0 0 0: " + text);  // the whole text, past the length a text box takes by default
+        form->menu_descr_edit_Click();  // Edit again hides the text box
+        QVERIFY(!form->menu_descr_edit->isChecked() && !form->RenameTextBox->isVisible());
 
         // A cancelled dialog touches nothing; a file that isn't there says so.
         form->menu_descr_save_Click();
         QCOMPARE(ReadFileBytes(saved), bytes);
         Answer(form->menu_descr_load, At("missing.dsc"));
-        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error opening description file!", MessageStyle::Plain, ""}}));
-
-        // Never into the archive, though the dialog proposes its name after an open.
-        const Bytes archive = ReadFileBytes(archivePath);
-        Open(archivePath);
-        Answer(form->menu_descr_save, archivePath);
-        QCOMPARE(desktop->DialogsShown.back().FileName, archivePath);
-        QCOMPARE(desktop->Boxes.back(), (ShownMessage{"Error saving description file!", MessageStyle::Plain, ""}));
-        QCOMPARE(ReadFileBytes(archivePath), archive);
+        QCOMPARE(desktop->Boxes.back(), (ShownMessage{"Error opening description file!", MessageStyle::Plain, ""}));
     }
 };
 
