@@ -37,7 +37,6 @@ public:
     std::deque<MessageAnswer> Answers;  // given to the boxes in turn; OK once it runs dry
     int EscapeFromAsk = -1;             // ESC is down from this ask on (0-based); -1 for never
     int EscapeAsks = 0;
-    int ClipboardPuts = 0;
 
     void ClearList() override { Rows.clear(); ++ListClears; }
     void AddListRows(std::span<const ListRow> rows) override { Rows.insert(Rows.end(), rows.begin(), rows.end()); }
@@ -62,7 +61,7 @@ public:
         return answer;
     }
     bool IsEscapeDown() override { const int ask = EscapeAsks++; return EscapeFromAsk >= 0 && ask >= EscapeFromAsk; }
-    bool PutBitmapOnClipboard(const cDIBSection&) override { ++ClipboardPuts; return true; }
+    bool PutBitmapOnClipboard(const cDIBSection&) override { return true; }
 };
 
 // The pixels of a surface, row by row from the top.

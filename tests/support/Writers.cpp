@@ -29,7 +29,7 @@ void PutI32(Bytes& bytes, size_t offset, int32_t value) {
     for (size_t i = 0; i < 4; ++i) bytes[offset + i] = static_cast<uint8_t>(static_cast<uint32_t>(value) >> (8 * i));
 }
 
-void AppendI32(Bytes& bytes, int32_t value) { PutI32(bytes, bytes.size(), value); }
+static void AppendI32(Bytes& bytes, int32_t value) { PutI32(bytes, bytes.size(), value); }
 
 // ---- DRS archives ----------------------------------------------------------------------------
 

@@ -16,9 +16,8 @@ using Bytes = std::vector<uint8_t>;
 // The bytes of a text, as a file holds them.
 inline Bytes BytesOf(std::string_view text) { return Bytes(text.begin(), text.end()); }
 
-// Little-endian stores into a byte vector, growing it as needed; for patching fixtures.
+// A little-endian store into a byte vector, growing it as needed; for patching fixtures.
 void PutI32(Bytes& bytes, size_t offset, int32_t value);
-void AppendI32(Bytes& bytes, int32_t value);
 
 enum class Flavour { Year2001, Year1997, Unknown };
 
