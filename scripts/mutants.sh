@@ -22,6 +22,9 @@
 # build/mutants/kills.txt the fault and, after a tab, the tests that caught it (a window test by its
 # test function): the map to read before cutting tests, to see which fault only one test catches.
 #
+# TIMEOUT (default 300) is the seconds a test may run before it counts as failed: a fault that makes a
+# loop endless costs that much for every test it hangs, more so under KILLS.
+#
 # WORK (default build/mutants) is where the copy, its build and the results go; runs with a WORK each
 # can go on side by side.
 
@@ -35,6 +38,7 @@ work=${WORK:-$root/build/mutants}
 copy=$work/tree
 build=$work/build
 jobs=${JOBS:-$(nproc)}
+timeout=${TIMEOUT:-300}
 read -ra targets <<<"${TARGETS:-all}"
 only=(${TESTS:+-R "$TESTS"})
 
@@ -57,7 +61,7 @@ if [ ! -f "$build/build.ninja" ]; then
 fi
 echo "building the unchanged tree..."
 cmake --build "$build" -j "$jobs" --target "${targets[@]}" >/dev/null
-(cd "$build" && ctest -j "$jobs" --timeout 300 "${only[@]}" >/dev/null) || { echo "mutants.sh: the tests fail without a fault planted" >&2; exit 1; }
+(cd "$build" && ctest -j "$jobs" --timeout "$timeout" "${only[@]}" >/dev/null) || { echo "mutants.sh: the tests fail without a fault planted" >&2; exit 1; }
 
 : >"$work/caught.txt"
 : >"$work/missed.txt"
@@ -111,7 +115,7 @@ while IFS=$'\t' read -r -u 3 place from to; do
   verdict=
   if ! cmake --build "$build" -j "$jobs" --target "${targets[@]}" >/dev/null 2>&1; then
     verdict="no build"; unbuilt=$((unbuilt + 1))
-  elif (cd "$build" && ctest -j "$jobs" --timeout 300 "${stop[@]}" "${only[@]}" >/dev/null 2>&1); then
+  elif (cd "$build" && ctest -j "$jobs" --timeout "$timeout" "${stop[@]}" "${only[@]}" >/dev/null 2>&1); then
     verdict="MISSED"; missed=$((missed + 1)); printf '%s\t%s\t%s\n' "$file:$at" "$from" "$to" >>"$work/missed.txt"
     if [ -f "$kept" ] && sed 's/:[0-9]*\t/\t/' "$kept" | grep -qxF -- "$file	$from	$to"; then
       verdict="LOST"; lost=$((lost + 1))
