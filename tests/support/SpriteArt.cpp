@@ -192,31 +192,18 @@ FrameFixture EncodeFrame(const Art& art, int32_t hotspotX, int32_t hotspotY) {
 
 std::vector<uint32_t> ExpectedImage(const Art& art, std::span<const uint32_t, 256> palette) {
     std::vector<uint32_t> image;
-    image.reserve(art.Pixels.size());
     for (const ArtPixel& p : art.Pixels) {
-        switch (p.Kind) {
-        case Layer::Colour: image.push_back(palette[p.Index]); break;
-        case Layer::Player: image.push_back(palette[size_t(p.Index) + 16]); break;
-        case Layer::Shadow: image.push_back(0x0000FF); break;
-        default: image.push_back(0xFF00FF); break;
-        }
+        // Transparent, colour, player (a byte of 0 to 239, so never wrapped), shadow, the outlines.
+        const uint32_t byKind[] = {0xFF00FF, palette[p.Index], palette[(p.Index + 16u) % 256], 0x0000FF, 0xFF00FF, 0xFF00FF};
+        image.push_back(byKind[size_t(p.Kind)]);
     }
     return image;
 }
 
 std::vector<uint32_t> ExpectedMask(const Art& art) {
+    constexpr uint32_t byKind[] = {0xFF00FF, 0xFFFFFF, 0x00FF00, 0x0000FF, 0xFF0000, 0x00FFFF};
     std::vector<uint32_t> mask;
-    mask.reserve(art.Pixels.size());
-    for (const ArtPixel& p : art.Pixels) {
-        switch (p.Kind) {
-        case Layer::Transparent: mask.push_back(0xFF00FF); break;
-        case Layer::Colour: mask.push_back(0xFFFFFF); break;
-        case Layer::Player: mask.push_back(0x00FF00); break;
-        case Layer::Shadow: mask.push_back(0x0000FF); break;
-        case Layer::OutlineInner: mask.push_back(0xFF0000); break;
-        case Layer::OutlineOuter: mask.push_back(0x00FFFF); break;
-        }
-    }
+    for (const ArtPixel& p : art.Pixels) mask.push_back(byKind[size_t(p.Kind)]);
     return mask;
 }
 

@@ -40,15 +40,9 @@ inline Bytes SpriteOf(std::vector<std::pair<int32_t, int32_t>> sizes) {
 //                                   outline in   outline out colour 252   colour 7
 inline Bytes LayeredSprite() {
     Art first(4, 2), second(2, 3);
-    first.At(1, 0) = {Layer::Colour, 7};
-    first.At(2, 0) = {Layer::Player, 1};
-    first.At(3, 0) = {Layer::Shadow, 0};
-    first.At(0, 1) = {Layer::OutlineInner, 0};
-    first.At(1, 1) = {Layer::OutlineOuter, 0};
-    first.At(2, 1) = {Layer::Colour, 252};  // 0xFF00FF in the default palette
-    first.At(3, 1) = {Layer::Colour, 7};
-    second.At(0, 0) = {Layer::Colour, 9};
-    second.At(1, 2) = {Layer::Shadow, 0};
+    first.Pixels = {{}, {Layer::Colour, 7}, {Layer::Player, 1}, {Layer::Shadow, 0},  // 252: 0xFF00FF in the default palette
+                    {Layer::OutlineInner, 0}, {Layer::OutlineOuter, 0}, {Layer::Colour, 252}, {Layer::Colour, 7}};
+    second.Pixels = {{Layer::Colour, 9}, {}, {}, {}, {}, {Layer::Shadow, 0}};
     return WriteSprite({EncodeFrame(first, 1, 1), EncodeFrame(second, -2, 5)});
 }
 
