@@ -76,23 +76,4 @@ TEST_F(CliTest, ConvertDoesEverySpriteAndGoesOnPastADamagedOne) {
     EXPECT_TRUE(bmps.size() == 33 && bmps.contains("02-SLP/100/100001.bmp") && bmps.contains("02-SLP/111/111003.bmp"));
 }
 
-// Each way the option reaches the drawing: the design's exports, the image exports, the single frame.
-TEST_F(CliTest, PlayerRedrawsOnlyThePlayerPixelsOfEveryExport) {
-    std::map<std::string, std::map<std::string, Bytes>> written;  // by the --player option
-    for (const std::string command : {"sequence walk.slp out/s.bmp", "convert sprites.drs out --format png",
-                                      "convert sprites.drs out --format bmp", "frame walk.slp 1 out/f.bmp --palette p.pal"}) {
-        for (const std::string option : {"", " --player 1", " --player 3"}) {
-            Run(command + option);
-            written[option] = FilesUnder(dir / "out");
-        }
-        EXPECT_EQ(written[""], written[" --player 1"]) << command;
-        EXPECT_NE(written[""], written[" --player 3"]) << command;
-    }
-    // Player 3's frame: only the player pixel, (3, 0) of 4 x 3 and so the BMP's last, is other: palette[50].
-    Bytes want = written[""]["f.bmp"];
-    ASSERT_EQ(want.size(), 54u + 3 * 12);
-    std::copy_n(Bytes{255 - 50, 7, 50}.begin(), 3, want.end() - 3);
-    EXPECT_EQ(written[" --player 3"]["f.bmp"], want);
-}
-
 }  // namespace

@@ -45,17 +45,6 @@ TEST_F(PaletteTest, DefaultsAreTheCarriedPaletteAndTheFirstColourChoices) {
               std::vector<uint32_t>({RGB(0, 0, 0), RGB(127, 127, 127), RGB(0, 0, 255), RGB(255, 255, 0)}));
 }
 
-TEST_F(PaletteTest, LinesAreReadAsTextItems) {
-    // A comma ends an item too: the rest of its line is entry 3, and every later line moves on one.
-    std::vector<std::string> lines{"300 0 0", "  1 2  3", "4 5 6,10 11 12"};
-    lines.resize(256, "7 8 9");
-    lines.push_back("anything behind the last entry");
-    ASSERT_EQ(Load(lines), Loaded);
-    EXPECT_EQ(std::vector<uint32_t>(Palette.begin(), Palette.begin() + 5),
-              (std::vector<uint32_t>{0x0000FF, RGB(1, 2, 3), RGB(4, 5, 6), RGB(10, 11, 12), RGB(7, 8, 9)}));
-    EXPECT_EQ(Palette[255], RGB(7, 8, 9));
-}
-
 TEST_F(PaletteTest, BadFilesAreRefusedOrStopWithTheEntriesReadSoFar) {
     EXPECT_EQ(Load({"1 2 3"}, "jasc-pal"), Refused);
     EXPECT_EQ(std::pair(Palette, host.Messages), std::pair(defaults, NotValid));

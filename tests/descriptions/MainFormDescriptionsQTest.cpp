@@ -51,30 +51,11 @@ private slots:
         form->DRSFilesList->SetListIndex(Walker);
         form->RenameTextBox->setText(QString::fromStdString(text));
 
-        // A heading is edited like any row; "[N/A]" again takes the piece away.
-        form->DRSFilesList->SetListIndex(WavHeading);
-        Pick(0, 1);
-        QCOMPARE(RowText(WavHeading), "D: ");
-        Pick(0, 0);
-        QCOMPARE(RowText(WavHeading), "");
-
         const std::string saved = At("mine.dsc");
         Answer(form->menu_descr_save, saved);
         QCOMPARE(desktop->DialogsShown.back().Filter, "Description file (*.dsc)|*.dsc");
         const Bytes bytes = ReadFileBytes(saved);
         QCOMPARE(std::string(bytes.begin(), bytes.end()), "1000@0@0@0@" + text + "\r\n1001@2@3@1@gate\r\n");  // trimmed
-
-        // After opening again no row is selected, and edits store nothing. The save dialog proposes the archive's
-        // name, but nothing goes into it.
-        const Bytes archive = ReadFileBytes(archivePath);
-        Open(archivePath);
-        Pick(1, 2);
-        form->RenameTextBox->setText("lost");
-        for (const CatalogueRow& row : DRSCatalogue) QCOMPARE(row.Description, ResourceDescription{});
-        Answer(form->menu_descr_save, archivePath);
-        QCOMPARE(desktop->DialogsShown.back().FileName, archivePath);
-        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error saving description file!", MessageStyle::Plain, ""}}));
-        QCOMPARE(ReadFileBytes(archivePath), archive);
 
         // Loaded: the rows named change, the selection doesn't; selecting a row, which stores nothing, shows its values.
         form->DRSFilesList->SetListIndex(Tone);
@@ -87,12 +68,6 @@ private slots:
         QCOMPARE(Shown(), "0 0 0: " + text);  // the whole text, past the length a text box takes by default
         form->menu_descr_edit_Click();  // Edit again hides the text box
         QVERIFY(!form->menu_descr_edit->isChecked() && !form->RenameTextBox->isVisible());
-
-        // A cancelled dialog touches nothing; a file that isn't there says so.
-        form->menu_descr_save_Click();
-        QCOMPARE(ReadFileBytes(saved), bytes);
-        Answer(form->menu_descr_load, At("missing.dsc"));
-        QCOMPARE(desktop->Boxes.back(), (ShownMessage{"Error opening description file!", MessageStyle::Plain, ""}));
     }
 };
 

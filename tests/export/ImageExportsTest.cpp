@@ -182,18 +182,6 @@ TEST_F(ImageExportTest, EveryFormatHoldsItsFramesByTheLayerTable) {
     }
 }
 
-TEST_F(ImageExportTest, AGifFrameOfMoreThan255ColoursSaysWhatWasMerged) {
-    Art many(300, 1);
-    for (int x = 0; x < 300; ++x) many.At(x, 0) = {Layer::Colour, uint8_t(x % 256)};
-    for (size_t i = 0; i < 256; ++i) Palette[i] = RGB(int32_t(i), int32_t(i), int32_t(i));
-    sprite.Bytes = WriteSprite({EncodeFrame(many)});
-    const Gif gif = DecodeGif(Export(ImageFormat::Gif, {}, "many.gif").at(0).Bytes);
-    EXPECT_EQ(notes, std::vector<std::string>{"frame 1 has 256 colours; the 1 rarest are drawn in the nearest of the other 255"});
-    int exact = 0;
-    for (int x = 0; x < 300; ++x) exact += gif.Frames.at(0).Pixels[size_t(x)] == Opaque(Palette[size_t(x % 256)]);
-    EXPECT_EQ(exact, 299);  // the one pixel of the rarest colour is one step off
-}
-
 // A sheet holds the frames in rows no wider than about the square root of their area; with every team
 // eight rows, player 1's on top, each as tall as the tallest frame (3) and the frames side by side.
 TEST_F(ImageExportTest, SheetsHoldEveryFrameWhereTheirJsonSays) {

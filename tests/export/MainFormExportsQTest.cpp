@@ -1,5 +1,5 @@
 // The Image menu's exports from the window: the file dialog, the files written, what the window looks
-// like afterwards, and the boxes when an export fails halfway.
+// like afterwards.
 
 #include <QAction>
 #include <QLabel>
@@ -58,10 +58,6 @@ private slots:
         QCOMPARE(png.pixelColor(0, 0).alpha(), 0);
         QCOMPARE(png.pixelColor(2, 0), ColourOf(Palette[49]));
         QCOMPARE(png.pixelColor(3, 0), QColor(0, 0, 0, 128));
-        form->FrameScroll->setValue(2);
-        SaveAs(form->menu_savebmp, "second.png", 3);
-        QCOMPARE(Image("second.png").size(), QSize(2, 3));
-        QCOMPARE(FrameCaption(), "Showing frame 2 of 2");
     }
 
     void sequencesInEveryFormatAndTheBundle() {
@@ -108,32 +104,6 @@ private slots:
         QCOMPARE(Image("walk2c.bmp").size(), QSize(2, 3));
         EndsOrderly();
         QVERIFY(desktop->Boxes.empty());
-    }
-
-    void exportsThatFailReportAndRecoverAndNeverWriteTheArchive() {
-        const std::string archive = At("tiny1c.bmp");  // an archive under the name of a bundle's first picture
-        fs::copy_file(archivePath, archive);
-        const Bytes bytes = ReadFileBytes(archive);
-        QAction *bmp = form->menu_savebmp, *seq = form->menu_image_savesequence, *slx = form->menu_image_slx;
-        const std::string missing = "no/such/out.png", failed = "Error exporting graphic!", unsaved = "Error saving files!";
-        // The item, the filter (6: a sprite sheet), the target ("": the sprite's file is gone) and the box.
-        const std::tuple<QAction*, int16_t, std::string, std::string> cases[] = {
-            {bmp, 1, missing, failed}, {seq, 1, missing, failed}, {seq, 6, missing, failed}, {slx, 1, missing, unsaved},
-            {bmp, 1, "", failed}, {seq, 1, "", failed}, {seq, 6, "", failed}, {slx, 1, "", unsaved},
-            {bmp, 1, "tiny1c.bmp", failed}, {slx, 1, "tiny", unsaved}};
-        for (const auto& [item, filter, target, box] : cases) {
-            Open(archive);
-            form->DRSFilesList->SetListIndex(Walker);
-            desktop->Boxes.clear();
-            if (target.empty()) fs::remove(form->ResDisplayPic->Tag);
-            SaveAs(item, target.empty() ? "out.png" : target, filter);
-            QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{box, MessageStyle::Plain, ""}}));
-            QCOMPARE(ReadFileBytes(archive), bytes);
-            if (item == bmp) QCOMPARE(FrameCaption(), "Showing frame 1 of 3");
-            else EndsOrderly();
-            form->DRSFilesList->SetListIndex(Layered);  // the window goes on: the next sprite shows
-            QCOMPARE(FrameCaption(), "Showing frame 1 of 2");
-        }
     }
 };
 

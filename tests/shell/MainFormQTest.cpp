@@ -4,13 +4,10 @@
 #include <filesystem>
 
 #include <QApplication>
-#include <QDropEvent>
 #include <QLabel>
 #include <QMenuBar>
-#include <QMimeData>
 #include <QScrollBar>
 #include <QTest>
-#include <QUrl>
 
 #include "WindowFixture.h"
 #include "shell/Preview.h"
@@ -108,17 +105,6 @@ private slots:
         QCOMPARE(desktop->Boxes.back(),
                  (ShownMessage{"Cannot open " + At("missing.drs") + ": No such file.", MessageStyle::Critical, "Error"}));
         QCOMPARE(form->DRSFilePath, archivePath);
-
-        // A file dropped on a fresh window opens the same way.
-        form = std::make_unique<MainForm>(desktop->Services());
-        QMimeData dropped;
-        dropped.setUrls({QUrl::fromLocalFile(QString::fromStdString(archivePath))});
-        QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &dropped, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(form.get(), &enter);
-        QVERIFY(enter.isAccepted());
-        QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &dropped, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(form.get(), &drop);
-        QCOMPARE(form->DRSFilesList->ListCount(), 13);
     }
 
     void selectionShowsEachKind() {
@@ -163,63 +149,6 @@ private slots:
         }
     }
 
-    void textPreviewIsColouredText() {
-        OpenAndSelect(Text);
-        QCOMPARE(form->ResDisplayText->toPlainText().trimmed(), QString("File 7:\na{b}\\c\nz"));
-        QTextCursor cursor(form->ResDisplayText->document());
-        cursor.movePosition(QTextCursor::NextCharacter);
-        QCOMPARE(cursor.charFormat().foreground().color(), QColor(255, 0, 0));
-        cursor.setPosition(int(form->ResDisplayText->toPlainText().indexOf("a{b}")) + 1);
-        QVERIFY(cursor.charFormat().foreground().color() != QColor(255, 0, 0));
-
-        // Bytes of Windows-1252 show as their characters, those from 0x80 to 0x9F too.
-        form->ResDisplayText->SetTextRTF(TextPreviewOfText("\x80\x9F\xE9", 1).Rtf);
-        QCOMPARE(form->ResDisplayText->toPlainText().split(u'\n')[1], QString::fromUtf8("\u20AC\u0178\u00E9"));
-    }
-
-    void extractProposesByKindAndNeverWritesTheArchive() {
-        const std::tuple<int, int16_t, std::string> cases[] = {
-            {Text, 1, "7.bin"}, {Tone, 2, "5000.wav"}, {Flag, 3, "1001.slp"}, {Odd, 4, "9000"}};
-        const Bytes archive = ReadFileBytes(archivePath);
-        Open(archivePath);
-        const std::string saved = At("saved.out");
-        for (const auto& [row, filterIndex, name] : cases) {
-            form->DRSFilesList->SetListIndex(row);
-            WriteFileText(saved, "an older file, replaced without a question");
-            desktop->FileAnswers = {saved};
-            form->menu_extract_file_Click();
-            const CommonDialog& shown = desktop->DialogsShown.back();
-            QCOMPARE(shown.FilterIndex, filterIndex);
-            QCOMPARE(shown.FileName, name);
-            QCOMPARE(ReadFileBytes(saved), EntryBytes(row));
-        }
-        form->menu_extract_file_Click();  // cancelled
-        QCOMPARE(Status(), "");
-        QVERIFY(desktop->Boxes.empty());
-
-        // Saving an entry over the archive itself is refused, and the archive stays.
-        desktop->FileAnswers = {archivePath};
-        form->menu_extract_file_Click();
-        QCOMPARE(desktop->Boxes, (std::vector<ShownMessage>{{"Error saving file!", MessageStyle::Plain, ""}}));
-        QCOMPARE(ReadFileBytes(archivePath), archive);
-    }
-
-    void aRefusedSpriteLeavesNothingOfTheOneBefore() {
-        OpenAndSelect(Walker);
-        form->FrameScroll->setValue(3);
-        QTest::qWait(15);  // a copy made in the same hundredth of a second would replace the walker's
-        form->DRSFilesList->SetListIndex(Broken);
-        QCOMPARE(ReadFileBytes(form->ResDisplayPic->Tag), broken);
-        QCOMPARE(form->FrameScroll->maximum(), 1);
-        QCOMPARE(form->FrameScroll->value(), 1);
-
-        // Redraws find the refused file and draw nothing.
-        form->menu_image_refresh->trigger();
-        desktop->ColourAnswers = {0x00FF00};
-        form->menu_col_choose_Click(0);
-        QVERIFY(form->ResDisplayPic->Picture().isNull());
-    }
-
     void onlyALeftClickOrAKeySelectsARowAndTheScrollBarTurnsTheFrames() {
         Open(archivePath);
         form->activateWindow();
@@ -250,14 +179,6 @@ private slots:
             QCOMPARE(FrameCaption(), "Showing frame " + std::to_string(frame) + " of 3");
         }
 
-        // Without Auto-refresh a move still redraws; with the gate off it draws nothing.
-        form->menu_image_autorefresh->trigger();
-        form->FrameScroll->setValue(2);
-        QCOMPARE(form->ResDisplayPic->Picture().size(), QSize(9, 5));
-        form->FrameScrollTag = "off";
-        form->FrameScroll->setValue(3);
-        QCOMPARE(FrameCaption(), "Showing frame 2 of 3");
-
         // A new sprite starts at frame 1 with its own range.
         QTest::keyClick(form->DRSFilesList, Qt::Key_Down);
         QCOMPARE(form->DRSFilesList->ListIndex(), int(Flag));
@@ -285,25 +206,6 @@ private slots:
         form = std::make_unique<MainForm>(desktop->Services());
         form.reset();
         QCOMPARE(TempCopies(), std::vector<std::string>{"1000.pal"});
-    }
-
-    // The window's own words, which users and their scripts of the dialogs go by.
-    void theTitleDialogsAndBoxesSayWhatTheyAlwaysHave() {
-        QCOMPARE(Str(form->windowTitle()), "Brindle - Viewer/Extractor (v0.5b)");
-        Open(archivePath);
-        form->DRSFilesList->SetListIndex(Text);
-        form->menu_extract_file_Click();
-        using Said = std::pair<std::string, std::string>;  // title and filter
-        const auto said = [](const CommonDialog& d) { return Said(d.DialogTitle, d.Filter); };
-        QCOMPARE(said(desktop->DialogsShown.at(0)), Said("Select DRS file to open", "DRS files (*.drs)|*.drs|All files (*.*)|*.*"));
-        QCOMPARE(said(desktop->DialogsShown.at(1)), Said("Select filename to save resource as",
-                     "BIN file (*.bin)|*.bin|WAV file (*.wav)|*.wav|SLP file (*.slp)|*.slp|All files (*.*)|*.*"));
-        form->menu_extract_all_Click();
-        form->menu_help_help->trigger();
-        QCOMPARE(desktop->Boxes.at(0), (ShownMessage{"Sorry, feature not yet implemented!", MessageStyle::Plain, ""}));
-        const ShownMessage& help = desktop->Boxes.at(1);
-        QVERIFY(help.Style == MessageStyle::Information && help.Title == "Help");
-        QVERIFY(help.Text.starts_with("As a beta release, this program has no documentation."));
     }
 };
 

@@ -1,4 +1,4 @@
-// ShowImage on its two roads, the window and a BMP file, with the recolouring by layer.
+// ShowImage on the window, with the recolouring by layer.
 
 #include <gtest/gtest.h>
 
@@ -28,7 +28,7 @@ struct ShowImageTest : testing::Test {
         Art two(6, 2);
         two.Pixels = {{Layer::Colour, 5}, {Layer::Player, 3}, {Layer::Shadow, 0}, {Layer::OutlineInner, 0},
                       {Layer::OutlineOuter, 0}, {}, {Layer::Colour, 252}, {}, {}, {}, {}, {}};
-        WriteFileBytes(path_, WriteSprite({EncodeFrame(Art(1, 1)), EncodeFrame(two), EncodeFrame(Art(4, 3))}, "2.0N", "", &layout_));
+        WriteFileBytes(path_, WriteSprite({EncodeFrame(Art(1, 1)), EncodeFrame(two), EncodeFrame(Art(4, 3))}));
     }
     // Frame 2 recoloured, as a BMP file; the rows behind those kept stay black, for 0 is no layer.
     static Bytes Recoloured(size_t rowsKept = 2) {
@@ -38,7 +38,6 @@ struct ShowImageTest : testing::Test {
     }
     TempDir dir_;
     std::string path_ = dir_ / "sprite.slp";
-    SpriteLayout layout_;
 };
 
 // A refused sprite shown after it is the one on show all the same, with none of the frames of the one before.
@@ -58,20 +57,6 @@ TEST_F(ShowImageTest, ShowsTheFrameRecolouredOnTheWindowAsFarAsEscapeAndThenARef
         EXPECT_EQ(std::tuple(host.PictureSource, host.ScrollMax, host.ScrollValue, host.GateOn, host.Busy, host.Paints),
                   std::tuple(dir_ / "refused.slp", int16_t{1}, int16_t{1}, false, false, 1));
     }
-}
-
-TEST_F(ShowImageTest, SavingWritesTheRecolouredFrameAndLeavesTheWindowAlone) {
-    DecodeProbe host;
-    ASSERT_TRUE(ShowImage(path_, 2, true, dir_ / "out.bmp", host));
-    EXPECT_EQ(ReadFileBytes(dir_ / "out.bmp"), Recoloured());
-    // A frame damaged in its second row is saved as far as it decodes, and the save reports the damage.
-    Bytes damaged = ReadFileBytes(path_);
-    PutI32(damaged, size_t(layout_.CommandTableAt[1]) + 4, INT32_MAX);  // row 2's commands outside the file
-    WriteFileBytes(path_, damaged);
-    EXPECT_FALSE(ShowImage(path_, 2, true, dir_ / "damaged.bmp", host));
-    EXPECT_EQ(ReadFileBytes(dir_ / "damaged.bmp"), Recoloured(1));
-    EXPECT_TRUE(host.PictureStatusHistory.empty() && host.GateHistory.empty() && host.ScrollValueHistory.empty());
-    EXPECT_EQ(std::tuple(host.BusyInDecode, host.Paints, host.PictureSource, host.PictureWidth), std::tuple(false, 0, "", 0));
 }
 
 }  // namespace

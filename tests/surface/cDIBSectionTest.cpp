@@ -75,19 +75,4 @@ TEST(cDIBSectionTest, PixelsOutsideAreIgnoredAndPaintPictureTakesSizesBelowZeroF
     }
 }
 
-// Runs are written in wide overlapping stores; none may spill into the pixels, rows or padding around it.
-TEST(cDIBSectionTest, FillRunSetsExactlyItsColumnsAtEveryLengthAndPlace) {
-    for (int32_t first = 0; first < 4; ++first) {
-        for (int32_t last = first - 1; last < 45; ++last) {
-            cDIBSection dib;
-            ASSERT_TRUE(dib.Create(45, 3));  // rows of 135 bytes and one byte of padding
-            std::vector<uint32_t> expected(3 * 45, 0x0A0B0C);
-            for (int32_t i = 0; i < 3 * 45; ++i) dib.SetPixelV(i % 45, i / 45, 0x0A0B0C);
-            for (int32_t x = first; x <= last; ++x) expected[size_t(45 + x)] = 0x123456;
-            dib.FillRun(first, last, 1, 0x123456);
-            ASSERT_EQ(dib.EncodeBitmap(), BitmapOf(45, expected)) << first << " to " << last;  // padding included
-        }
-    }
-}
-
 }  // namespace
