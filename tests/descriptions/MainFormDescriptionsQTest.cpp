@@ -54,8 +54,7 @@ private slots:
         const std::string saved = At("mine.dsc");
         Answer(form->menu_descr_save, saved);
         QCOMPARE(desktop->DialogsShown.back().Filter, "Description file (*.dsc)|*.dsc");
-        const Bytes bytes = ReadFileBytes(saved);
-        QCOMPARE(std::string(bytes.begin(), bytes.end()), "1000@0@0@0@" + text + "\r\n1001@2@3@1@gate\r\n");  // trimmed
+        QCOMPARE(ReadFileText(saved), "1000@0@0@0@" + text + "\r\n1001@2@3@1@gate\r\n");  // trimmed
 
         // Loaded: the rows named change, the selection doesn't; selecting a row, which stores nothing, shows its values.
         form->DRSFilesList->SetListIndex(Tone);

@@ -31,7 +31,7 @@ struct ShowImageTest : testing::Test {
         WriteFileBytes(path_, WriteSprite({EncodeFrame(Art(1, 1)), EncodeFrame(two), EncodeFrame(Art(4, 3))}));
     }
     // Frame 2 recoloured, as a BMP file; the rows behind those kept stay black, for 0 is no layer.
-    static Bytes Recoloured(size_t rowsKept = 2) {
+    static Bytes Recoloured(size_t rowsKept) {
         std::vector<uint32_t> pixels{Palette[5], Palette[19], Shadow, Inner, Outer, Mask, 0xFF00FF, Mask, Mask, Mask, Mask, Mask};
         std::fill(pixels.begin() + long(6 * rowsKept), pixels.end(), 0);
         return BitmapOf(6, pixels);
