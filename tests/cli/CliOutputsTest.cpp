@@ -50,6 +50,7 @@ TEST_F(CliTest, AFailureSaysWhyInOneLineAndLeavesEveryFileAsItWas) {
         {"list test.drs > /dev/full", 1, "brindle-cli: list: standard output: No space left on device"},
         {"frame walk.slp 1 folder/l.slp", 1, "folder/l.slp" + input}, {"extract 12.bin --id 12 -o .", 1, "./12.bin" + input},
         {"frame walk.slp 1 p.pal --palette p.pal", 1, "p.pal" + input}, {"sequence w002.bmp w.bmp", 1, "w002.bmp" + input},
+        {"thumbnail walk.slp folder/l.slp 64", 1, "folder/l.slp" + input},
     };
     for (const auto& [arguments, code, message] : cases) {
         const CliResult r = Run(arguments);

@@ -58,6 +58,9 @@ private slots:
         QCOMPARE(png.pixelColor(0, 0).alpha(), 0);
         QCOMPARE(png.pixelColor(2, 0), ColourOf(Palette[49]));
         QCOMPARE(png.pixelColor(3, 0), QColor(0, 0, 0, 128));
+        fs::remove(At("frame.png"));
+        form->menu_savebmp->trigger();  // cancelled, the last name still in the dialog: nothing written
+        QVERIFY(!fs::exists(At("frame.png")));
     }
 
     void sequencesInEveryFormatAndTheBundle() {
