@@ -73,9 +73,10 @@ struct WindowFixture {
     Bytes broken = Bytes(walker.begin(), walker.begin() + 40);  // cut inside its frame table
     Bytes pal = BytesOf(WriteJascPal(std::vector<uint32_t>(256, 0x102030)));
 
-    // A fresh folder, "temp" pointing into it, no registry, the archive written and the window shown.
+    // A fresh folder, the working folder and "temp" in it, no registry, the archive written and the window shown.
     void SetUp() {
         dir = std::make_unique<QTemporaryDir>();
+        std::filesystem::current_path(At(""));  // where the window writes a relative name
         qputenv("temp", QByteArray::fromStdString(At("tmp")));
         qputenv("WINEPREFIX", QByteArray::fromStdString(At("no-prefix")));
         archivePath = At("tiny.drs");
