@@ -68,7 +68,7 @@ struct LargeSprites {
     std::unique_ptr<MainForm> form;
 
     LargeSprites() {
-        qputenv("temp", QByteArray::fromStdString(dir / "tmp"));
+        qputenv("temp", QByteArray::fromStdString(dir.Path()));  // its private folder is made in there
         std::vector<fixtures::EntryFixture> sprites;
         for (int32_t id : {1, 2}) {
             const fixtures::Art art = fixtures::RandomArt(512, 512, uint32_t(id));

@@ -9,6 +9,9 @@
 #include <filesystem>
 #include <vector>
 
+#include <unistd.h>
+
+#include "archive/TempFiles.h"
 #include "shell/Files.h"
 
 namespace {
@@ -138,11 +141,18 @@ Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const C
     // The copy replaces what stands at path: that must never be the archive it comes from.
     if (IsHeldOpenForReading(path)) return fail("refusing to replace an open archive with one of its entries");
 
-    // Never reuse or append to an existing file, and never write through a link left in its place.
+    // Never reuse or append to an existing file, and never write through a link: what stands at path
+    // goes, and the new file is created exclusively, so a link planted in between makes the copy fail
+    // rather than land elsewhere. Copies in the temporary folder are for our eyes only.
     std::error_code ignored;
     if (!std::filesystem::is_directory(path, ignored)) std::filesystem::remove(path, ignored);
-    out = std::fopen(path.c_str(), "wb");
-    if (!out) return fail("cannot create " + path);
+    const bool temporary = !TempFolder.empty() && path.starts_with(TempFolder);
+    const int fd = CreateExclusively(path, temporary ? 0600 : 0666);
+    out = fd < 0 ? nullptr : ::fdopen(fd, "wb");
+    if (!out) {
+        if (fd >= 0) ::close(fd);
+        return fail("cannot create " + path);
+    }
     if (!archive.IsOpen()) return fail("no archive is open");
     if (row.Offset < 0 || row.Size < 0) return fail("the entry has a negative offset or size");
 
@@ -202,11 +212,15 @@ std::string MakeTempResourcePath() {
 
 void SweepTempFiles(const std::string& folder) {
     namespace fs = std::filesystem;
+    const std::vector<std::string> inUse = CopiesInUse(folder);
     std::error_code error;
     fs::directory_iterator files(folder.empty() ? fs::path(".") : fs::path(folder), error);
     if (error) return;
     for (const fs::directory_entry& file : files) {
         const std::string name = file.path().filename().string();
-        if (name.size() >= 8 && name.starts_with("_drs") && name.ends_with(".drx")) fs::remove(file.path(), error);
+        if (name.size() >= 8 && name.starts_with("_drs") && name.ends_with(".drx") &&
+            std::find(inUse.begin(), inUse.end(), name) == inUse.end()) {
+            fs::remove(file.path(), error);
+        }
     }
 }

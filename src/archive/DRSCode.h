@@ -90,6 +90,6 @@ Outcome ReadEntryBytes(ReadOnlyFile& archive, const CatalogueRow& row, std::vect
 std::string TempStamp(double secondsSinceMidnight);
 // A new path for a temporary copy: TempFolder + "_drs" + stamp + ".drx", stamped with the local time.
 std::string MakeTempResourcePath();
-// Deletes every temporary copy, "_drs*.drx", in folder, ignoring any failure. The pattern doesn't
-// tell runs apart, so copies left behind by a run that crashed go too.
+// Deletes every temporary copy, "_drs*.drx", in folder, ignoring any failure, but those that a running
+// window has noted as its own (TempRun): copies left behind by a run that ended or crashed go too.
 void SweepTempFiles(const std::string& folder);

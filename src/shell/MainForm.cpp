@@ -66,20 +66,6 @@ void UseDesktopColours(QScrollBar* bar) {
     bar->setPalette(desktop);
 }
 
-// The temporary folder: the environment's "temp", else TMPDIR, else /tmp, and a folder of our own in it.
-std::string TempFolderOfEnvironment() {
-    std::string folder;
-    for (const char* name : {"temp", "TMPDIR"}) {
-        if (const char* value = std::getenv(name); value && *value) {
-            folder = value;
-            break;
-        }
-    }
-    if (folder.empty()) folder = "/tmp";
-    while (folder.size() > 1 && folder.back() == PathSeparator) folder.pop_back();
-    return folder + PathSeparator + "brindle" + PathSeparator;
-}
-
 // The game's folder from the registry + "data", or the fallback.
 std::string ArchiveStartFolder() {
     const std::string gamePath = ReadRegistryValue(HKEY_LOCAL_MACHINE, GameKey, "Game Path");
@@ -475,9 +461,9 @@ bool MainForm::IsEnabled(const QAction* item) {
 // --- Start and end ----------------------------------------------------------------------------------
 
 void MainForm::Form_Load() {
-    TempFolder = TempFolderOfEnvironment();
-    std::error_code ignored;  // usually there from an earlier run; a folder we can't make shows up at the first copy
-    std::filesystem::create_directories(TempFolder, ignored);
+    // A folder that only we can enter; one we can't have shows up at the first copy.
+    TempFolder = MakePrivateTempFolder();
+    (void)tempRun_.Begin(TempFolder);
     (void)LoadPalette("", *this);  // the default palette always loads
     PalComDlg.InitDir = TempFolder;
     ResetColourChoices();
@@ -491,7 +477,7 @@ void MainForm::Form_Unload() {
     unloaded_ = true;
     SetStatusText("Cleaning up...");
     if (DRSFileOpen) DRSFileNumber.Close();
-    SweepTempFiles(TempFolder);
+    tempRun_.End();  // sweeps our copies, and those of runs that have ended
     if (aboutForm_) aboutForm_->close();
     QCoreApplication::quit();
 }
@@ -600,6 +586,7 @@ void MainForm::DRSFilesList_Click() {
 
     // Every selection copies its entry anew, heading rows too; a failed copy has told the user itself.
     const std::string path = MakeTempResourcePath();
+    tempRun_.Note(path);
     (void)ReadResourceData(DRSFileNumber, path, row, *this);
 
     SetEnabled(menu_extract_pal, false);

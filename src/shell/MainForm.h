@@ -12,6 +12,7 @@
 #include <QMainWindow>
 
 #include "archive/DRSCode.h"
+#include "archive/TempFiles.h"
 #include "shell/Files.h"
 #include "shell/Platform.h"
 #include "shell/Twips.h"
@@ -247,6 +248,7 @@ private:
     QWidget* client_;  // the client area: every control stands on it
     AboutForm* aboutForm_ = nullptr;
     bool unloaded_ = false;
+    TempRun tempRun_;  // our hold on the temporary folder: the copies we make, kept from other windows' sweeps
 };
 
 // The start folder of the open dialog when the registry names no game folder: the folder of a demo

@@ -126,7 +126,7 @@ private slots:
             // Start from a sprite, then a palette, so that no state of an earlier row shines through.
             form->DRSFilesList->SetListIndex(Flag);
             form->DRSFilesList->SetListIndex(c.Row == Pal ? Text : Pal);
-            SweepTempFiles(TempFolder);
+            for (const std::string& name : TempCopies()) fs::remove(TempFolder + name);
             desktop->Sounds.clear();
             form->DRSFilesList->SetListIndex(c.Row);
 

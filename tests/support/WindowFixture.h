@@ -77,6 +77,7 @@ struct WindowFixture {
     void SetUp() {
         dir = std::make_unique<QTemporaryDir>();
         std::filesystem::current_path(At(""));  // where the window writes a relative name
+        std::filesystem::create_directory(At("tmp"));
         qputenv("temp", QByteArray::fromStdString(At("tmp")));
         qputenv("WINEPREFIX", QByteArray::fromStdString(At("no-prefix")));
         archivePath = At("tiny.drs");
@@ -121,7 +122,8 @@ struct WindowFixture {
 
     std::vector<std::string> TempCopies() const {
         std::vector<std::string> names;
-        for (const auto& file : std::filesystem::directory_iterator(TempFolder)) names.push_back(file.path().filename().string());
+        for (const auto& file : std::filesystem::directory_iterator(TempFolder))  // not the window's hidden run file
+            if (!file.path().filename().string().starts_with('.')) names.push_back(file.path().filename().string());
         std::sort(names.begin(), names.end());
         return names;
     }
