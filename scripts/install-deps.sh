@@ -11,6 +11,7 @@ packages=(
   fonts-liberation fonts-dejavu-core fonts-dejavu-extra
   xvfb xauth
   desktop-file-utils appstream shared-mime-info xdg-utils libfile-mimeinfo-perl man-db
+  strace
 )
 if [ "${1:-}" = fuzz ]; then
   packages+=(clang libclang-rt-14-dev)

@@ -120,19 +120,22 @@ bool CopyEntries(const Options& options, ReadOnlyFile& archive, const std::vecto
 // ---- the multi-file exports ----------------------------------------------------------------------
 
 // Runs an export into a staging folder beside the outputs, then places its files under their names,
-// in the order given. Nothing lands under a name before the whole export has run; without
-// --keep-going a failure leaves no file of this run behind.
+// in the order given. Nothing lands under a name before the whole export has run, and nothing at all
+// when the files would not fit; without --keep-going a failure leaves no file of this run behind, and
+// with it a file that could not be written whole is never placed, but counted as failed.
 template <typename Export>
 int StageAndPlace(const Options& options, const std::string& name, const std::string& base,
-                  const std::vector<std::string>& outputsInOrder, Outputs& outputs, Export run) {
+                  const std::vector<std::string>& outputsInOrder, int64_t bytes, Outputs& outputs, Export run) {
     for (const std::string& path : outputsInOrder)
         if (!outputs.IsSafe(path)) return ExitFailed;
-    StagingFolder staging(base);
+    if (!outputs.Fits(options.Out, static_cast<uint64_t>(bytes))) return ExitFailed;
+    StagingFolder staging(options.Command, base);
     if (!staging.Made()) {
         Complain(options.Command, options.Out, staging.Error());
         return ExitFailed;
     }
-    const Outcome exported = run(staging.Path() + FileOfPath(base));
+    std::vector<std::string> unfinished;
+    const Outcome exported = run(staging.Path() + FileOfPath(base), unfinished);
     if (!exported) {
         Complain(options.Command, name, ReasonOf(exported.Detail, name));
         if (!options.KeepGoing) return ExitFailed;
@@ -142,7 +145,8 @@ int StageAndPlace(const Options& options, const std::string& name, const std::st
         const std::string staged = staging.Path() + FileOfPath(path);
         std::error_code error;
         if (!fs::exists(staged, error)) continue;
-        if (outputs.Place(staged, path) == Outputs::Result::Failed) {
+        const bool whole = std::find(unfinished.begin(), unfinished.end(), staged) == unfinished.end();
+        if (!whole || outputs.Place(staged, path) == Outputs::Result::Failed) {
             if (!options.KeepGoing) {
                 outputs.RemoveWritten();
                 return ExitFailed;
@@ -370,7 +374,8 @@ namespace {
 // The design's two exports of a whole sprite, from the command line: the sprite, its colours and the
 // base path, then the export staged and its files placed in the order `names` gives them.
 int RunDesignExport(const Options& options, std::vector<std::string> (*names)(const std::string& base, size_t frames),
-                    Outcome (*run)(const SLPFile&, const std::string&, Host&, int32_t player)) {
+                    int64_t (*bytes)(const std::vector<SLPFrameInfo>&),
+                    Outcome (*run)(const SLPFile&, const std::string&, Host&, int32_t player, std::vector<std::string>*)) {
     Outputs outputs(options.Command, options.NoClobber);
     SLPFile sprite;
     std::string name, base;
@@ -380,8 +385,10 @@ int RunDesignExport(const Options& options, std::vector<std::string> (*names)(co
         !PrepareColours(options, host, outputs)) {
         return ExitFailed;
     }
-    return StageAndPlace(options, name, base, names(base, frames.size()), outputs,
-                         [&](const std::string& staged) { return run(sprite, staged, host, options.Player); });
+    return StageAndPlace(options, name, base, names(base, frames.size()), bytes(frames), outputs,
+                         [&](const std::string& staged, std::vector<std::string>& unfinished) {
+                             return run(sprite, staged, host, options.Player, &unfinished);
+                         });
 }
 
 std::vector<std::string> SequenceNames(const std::string& base, size_t frames) {
@@ -403,9 +410,9 @@ std::vector<std::string> BundleNames(const std::string& base, size_t frames) {
 
 }  // namespace
 
-int RunSequence(const Options& options) { return RunDesignExport(options, SequenceNames, ExportSequence); }
+int RunSequence(const Options& options) { return RunDesignExport(options, SequenceNames, SequenceFileBytes, ExportSequence); }
 
-int RunSLX(const Options& options) { return RunDesignExport(options, BundleNames, ExportSLX); }
+int RunSLX(const Options& options) { return RunDesignExport(options, BundleNames, BundleFileBytes, ExportSLX); }
 
 int RunPalette(const Options& options) {
     CliHost host;
@@ -452,6 +459,9 @@ int RunExport(const Options& options) {
         return ExitFailed;
     }
     for (const std::string& note : notes) Complain(options.Command, name, note);
+    uint64_t bytes = 0;
+    for (const NamedFile& file : files) bytes += file.Bytes.size();
+    if (!files.empty() && !outputs.Fits(files.front().Path, bytes)) return ExitFailed;
     for (const NamedFile& file : files) {
         if (outputs.Write(file.Path, file.Bytes) != Outputs::Result::Failed || options.KeepGoing) continue;
         outputs.RemoveWritten();

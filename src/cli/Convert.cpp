@@ -7,6 +7,7 @@
 #include <atomic>
 #include <filesystem>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include "archive/DRSCode.h"
@@ -48,7 +49,8 @@ bool ConvertOne(const Options& options, const Job& job, const SLPFile& sprite, c
             Complain(options.Command, name, read.Detail);
             return false;
         }
-        StagingFolder staging(job.Base);
+        if (!outputs.Fits(job.Base, static_cast<uint64_t>(SequenceFileBytes(frames)))) return false;
+        StagingFolder staging(options.Command, job.Base);
         if (!staging.Made()) {
             Complain(options.Command, job.Base, staging.Error());
             return false;
@@ -77,6 +79,9 @@ bool ConvertOne(const Options& options, const Job& job, const SLPFile& sprite, c
         return false;
     }
     for (const std::string& note : notes) Complain(options.Command, name, note);
+    uint64_t bytes = 0;
+    for (const NamedFile& file : files) bytes += file.Bytes.size();
+    if (!outputs.Fits(job.Base, bytes)) return false;
     for (const NamedFile& file : files) {
         if (outputs.Write(file.Path, file.Bytes) == Outputs::Result::Failed) {
             outputs.RemoveWritten();
@@ -129,7 +134,13 @@ int RunConvert(const Options& options) {
     };
     const unsigned threads = std::max(1u, options.Jobs > 0 ? unsigned(options.Jobs) : std::thread::hardware_concurrency());
     std::vector<std::thread> pool;
-    for (unsigned t = 1; t < std::min<size_t>(threads, std::max<size_t>(jobs.size(), 1)); ++t) pool.emplace_back(work);
+    for (unsigned t = 1; t < std::min<size_t>(threads, std::max<size_t>(jobs.size(), 1)); ++t) {
+        try {
+            pool.emplace_back(work);
+        } catch (const std::system_error&) {
+            break;  // no more threads under the process limit: those we have do the work
+        }
+    }
     work();
     for (std::thread& thread : pool) thread.join();
     host.EndProgress();

@@ -10,6 +10,7 @@
 
 #include "cli/CliHost.h"
 #include "cli/Commands.h"
+#include "cli/Outputs.h"
 
 namespace {
 
@@ -64,6 +65,7 @@ constexpr std::string_view CommandNames =
 
 int main(int argc, char** argv) {
     std::ios::sync_with_stdio(false);
+    (void)ProcessUmask();  // read while this is the only thread
     Options options;
     CLI::App app{"Lists and extracts the entries of DRS archives, and exports their SLP sprites.\n"
                  "A file named - is standard input, or standard output where one file is written."};

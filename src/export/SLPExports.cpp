@@ -7,6 +7,7 @@
 #include <cstring>
 #include <functional>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include "colour/Colours.h"
@@ -69,14 +70,18 @@ public:
         if (saved.ErrorNumber == SavePictureErrorNumber) {
             return Outcome::Failure("cannot create " + name + ": " + saved.ErrorDescription);
         }
-        if (!saved.Written) unfinished_ += (unfinished_.empty() ? "" : ", ") + name;
+        if (!saved.Written) Unfinished(name);
         return Outcome::Success();
     }
+    void Unfinished(const std::string& name) { unfinished_.push_back(name); }
+    const std::vector<std::string>& UnfinishedFiles() const { return unfinished_; }
 
     // Success only when every frame decoded whole and every file was written to its end.
     Outcome Result() const {
         if (!damage_.empty()) return Outcome::Failure(damage_);
-        return unfinished_.empty() ? Outcome::Success() : Outcome::Failure("could not write all of " + unfinished_);
+        std::string names;
+        for (const std::string& name : unfinished_) names += (names.empty() ? "" : ", ") + name;
+        return unfinished_.empty() ? Outcome::Success() : Outcome::Failure("could not write all of " + names);
     }
 
 private:
@@ -86,7 +91,7 @@ private:
     const SLPFile* file_ = &owned_;
     SLPHeader header_;
     std::vector<SLPFrameInfo> frames_;
-    std::string unfinished_;
+    std::vector<std::string> unfinished_;
     std::string damage_;  // what was wrong with the first damaged frame
 };
 
@@ -152,6 +157,27 @@ Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bou
 
 namespace {
 
+// A 24-bit BMP file of that size: the headers, then rows padded to 4 bytes.
+int64_t BitmapFileBytes(int64_t width, int64_t height) {
+    return 54 + (3 * std::max<int64_t>(width, 0) + 3) / 4 * 4 * std::max<int64_t>(height, 0);
+}
+
+}  // namespace
+
+int64_t SequenceFileBytes(const std::vector<SLPFrameInfo>& frames) {
+    CanvasBounds bounds;
+    if (!CheckedCanvas(frames, bounds)) return 0;
+    return static_cast<int64_t>(frames.size()) * BitmapFileBytes(bounds.Width(), bounds.Height());
+}
+
+int64_t BundleFileBytes(const std::vector<SLPFrameInfo>& frames) {
+    int64_t bytes = 0;
+    for (const SLPFrameInfo& frame : frames) bytes += 2 * BitmapFileBytes(frame.Width, frame.Height) + 64;  // and its lines
+    return bytes;
+}
+
+namespace {
+
 // What a helper thread makes of one frame for the calling thread to write.
 struct FrameSlot {
     cDIBSection Image, Mask, Canvas;
@@ -167,7 +193,7 @@ Outcome Pipeline(int32_t count, FrameSlot (&slots)[2], const std::function<void(
     std::condition_variable changed;
     int32_t made = 0, used = 0;
     bool stop = false;
-    std::thread maker([&] {
+    auto makeAll = [&] {
         for (int32_t i = 1; i <= count; ++i) {
             {
                 std::unique_lock<std::mutex> lock(turns);
@@ -179,8 +205,19 @@ Outcome Pipeline(int32_t count, FrameSlot (&slots)[2], const std::function<void(
             made = i;
             changed.notify_all();
         }
-    });
+    };
     Outcome outcome = Outcome::Success();
+    std::thread maker;
+    try {
+        maker = std::thread(makeAll);
+    } catch (const std::system_error&) {
+        // No thread to be had, under a limit on processes: each frame is made and used in turn.
+        for (int32_t i = 1; i <= count && outcome; ++i) {
+            make(i, slots[i % 2]);
+            outcome = use(i, slots[i % 2]);
+        }
+        return outcome;
+    }
     for (int32_t i = 1; i <= count && outcome; ++i) {
         {
             std::unique_lock<std::mutex> lock(turns);
@@ -234,8 +271,9 @@ Outcome ExportSLX(SpriteExport& sprite, const std::string& BasePath, Host& host)
         const std::string text = "SLX 0.5\r\n" + std::to_string(listed) + "\r\n" + frameLines;
         const bool written = std::fwrite(text.data(), 1, text.size(), list) == text.size();
         const bool closed = std::fclose(list) == 0;
-        if (outcome && (!written || !closed)) return Outcome::Failure("cannot write " + listPath);
-        return outcome;
+        if (written && closed) return outcome;
+        sprite.Unfinished(listPath);
+        return outcome ? Outcome::Failure("cannot write " + listPath) : outcome;
     };
 
     host.SetStatusText("Exporting all frames...");
@@ -267,10 +305,13 @@ Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, 
     return ExportSequence(sprite, BasePath, host);
 }
 
-Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player) {
+Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player,
+                       std::vector<std::string>* unfinished) {
     SpriteExport opened(host, player);
     if (Outcome read = opened.Use(sprite); !read) return read;
-    return ExportSequence(opened, BasePath, host);
+    Outcome outcome = ExportSequence(opened, BasePath, host);
+    if (unfinished) *unfinished = opened.UnfinishedFiles();
+    return outcome;
 }
 
 Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host& host) {
@@ -279,8 +320,11 @@ Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host&
     return ExportSLX(sprite, BasePath, host);
 }
 
-Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player) {
+Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player,
+                  std::vector<std::string>* unfinished) {
     SpriteExport opened(host, player);
     if (Outcome read = opened.Use(sprite); !read) return read;
-    return ExportSLX(opened, BasePath, host);
+    Outcome outcome = ExportSLX(opened, BasePath, host);
+    if (unfinished) *unfinished = opened.UnfinishedFiles();
+    return outcome;
 }

@@ -22,13 +22,21 @@ CanvasBounds MeasureCanvas(const std::vector<SLPFrameInfo>& frames);
 // MeasureCanvas, refused (with a reason) when the canvas is empty or larger than the program draws.
 Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bounds);
 
+// The bytes the files of a sequence and of an SLX bundle of these frames take, for a caller that
+// must know before it writes whether they fit; 0 for a canvas the sequence refuses.
+int64_t SequenceFileBytes(const std::vector<SLPFrameInfo>& frames);
+int64_t BundleFileBytes(const std::vector<SLPFrameInfo>& frames);
+
 // Writes every frame as BasePath + "001.bmp", ... on one canvas, hot spots on the same pixel, with
 // MaskColour for the background. Leaves the gate of FrameScroll "on" however it ends. The file's
-// sprite is drawn as player 1; one in memory in the team colours of `player`.
+// sprite is drawn as player 1; one in memory in the team colours of `player`. A file that could not be
+// written to its end stays as far as it got, and its path goes into `unfinished` when given.
 Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, Host& host);
-Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player = FirstPlayer);
+Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player = FirstPlayer,
+                       std::vector<std::string>* unfinished = nullptr);
 
 // Writes BasePath + ".slx" and, per frame i, BasePath + i + "c.bmp" (image) and "d.bmp" (mask); the
-// players as for ExportSequence.
+// players and the unfinished files as for ExportSequence.
 Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host& host);
-Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player = FirstPlayer);
+Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player = FirstPlayer,
+                  std::vector<std::string>* unfinished = nullptr);

@@ -3,6 +3,11 @@
 
 #include "CliFixture.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "slp/SLPCodeNew.h"
+
 using namespace fixtures;
 namespace fs = std::filesystem;
 
@@ -68,6 +73,103 @@ TEST_F(CliTest, AFailureSaysWhyInOneLineAndLeavesEveryFileAsItWas) {
     EXPECT_TRUE(all.Code == 1 && all.Err.ends_with("4 entries written or kept, 1 failed\n")) << all.Err;
     EXPECT_TRUE(fs::exists(dir / "out/01-SLP/5.slp"));
     EXPECT_TRUE(Run("extract-all cut.drs stopped --no-keep-going").Code == 1 && FilesUnder(dir / "stopped").empty());
+}
+
+mode_t ModeOf(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+// A sprite of `frames` frames of 4,096 x 4,096 blank rows, all on one outline table: a few bytes that
+// stand for gigabytes of bitmaps.
+Bytes HugeSprite(int32_t frames) {
+    Bytes bytes(32 + 32 * size_t(frames));
+    std::copy_n("2.0N", 4, bytes.begin());
+    auto put = [&](size_t at, int32_t value) { for (int i = 0; i < 4; ++i) bytes[at + i] = uint8_t(value >> 8 * i); };
+    put(4, frames);
+    const auto table = int32_t(bytes.size());
+    for (int32_t f = 0; f < frames; ++f)
+        for (auto [field, value] : {std::pair{0, table}, {4, table}, {16, 4096}, {20, 4096}}) put(32 + 32 * size_t(f) + field, value);
+    for (int row = 0; row < 4096; ++row) bytes.insert(bytes.end(), {0x00, 0x80, 0, 0});  // blank rows
+    return bytes;
+}
+
+// A command that takes back what it wrote puts back what stood there; a file it could not write whole is
+// never left under its name; a link that another user planted in a shared folder is not followed; and
+// what it writes has the mode the umask gives, whatever other threads do and whatever it replaced.
+TEST_F(CliTest, WhatStoodThereStaysAndOnlyWholeFilesOfOursArePlaced) {
+    const Bytes archive = ReadFileBytes(dir / "test.drs");
+    WriteFileBytes(dir / "cut.drs", std::span(archive).first(archive.size() - 1));  // ID 12 runs past the end
+    fs::create_directories(dir / "mine/01-SLP");
+    WriteFileText(dir / "mine/01-SLP/5.slp", "the user's own");
+    WriteFileText(dir / "mine/5.slp", "the user's own");
+    WriteFileText(dir / "mine/walk001.bmp", "the user's own");
+    fs::create_directory(dir / "mine/.brindle-sequence-Xy12Z3");  // left by a sequence that was killed
+    WriteFileText(dir / "mine/.brindle-sequence-Xy12Z3/walk001.bmp", "half");
+    fs::create_directory(dir / "mine/walk002.bmp");  // the second frame's file can't be placed
+    for (const char* line : {"extract-all cut.drs mine --no-keep-going", "extract cut.drs --id 5 --id 12 -o mine",
+                             "sequence walk.slp mine/walk.bmp"}) {
+        EXPECT_EQ(Run(line).Code, 1) << line;
+        EXPECT_EQ(ReadFileText(dir / "mine/01-SLP/5.slp") + ReadFileText(dir / "mine/5.slp") + ReadFileText(dir / "mine/walk001.bmp"),
+                  "the user's ownthe user's ownthe user's own") << line;
+    }
+    EXPECT_EQ(NamesUnder(dir / "mine"), (std::set<std::string>{"01-SLP/5.slp", "5.slp", "walk001.bmp"}));  // nothing else left
+
+    // A set-user-ID file that is replaced keeps its permissions, not the bit; a name as long as the file
+    // system takes is written.
+    WriteFileText(dir / "mine/run", "");
+    ::chmod((dir / "mine/run").c_str(), 04755);
+    const std::string longName = std::string(251, 'n') + ".bmp";
+    EXPECT_EQ(Shell("\"$BRINDLE_CLI\" frame walk.slp 1 mine/run && \"$BRINDLE_CLI\" frame walk.slp 1 mine/" + longName).Code, 0);
+    EXPECT_EQ(ModeOf(dir / "mine/run"), 0755u);
+    EXPECT_TRUE(fs::exists(dir / ("mine/" + longName)));
+
+    // A file limit that cuts every bitmap: with --keep-going none is placed, and each counts as failed.
+    Art art(40, 30);
+    art.At(1, 1) = {Layer::Colour, 40};
+    WriteFileBytes(dir / "big.slp", WriteSprite({EncodeFrame(art, 0, 0), EncodeFrame(art, 0, 0)}));
+    const CliResult cut = Shell("ulimit -f 2; trap '' XFSZ; \"$BRINDLE_CLI\" sequence big.slp out/b.bmp --keep-going");
+    EXPECT_TRUE(cut.Code == 1 && cut.Err.ends_with("0 files written, 2 failed\n")) << cut.Err;
+    EXPECT_TRUE(FilesUnder(dir / "out").empty());
+    // Files that would not fit their folder are refused before anything is written, with the size needed.
+    WriteFileBytes(dir / "huge.slp", HugeSprite(MaxFrames));
+    const CliResult huge = Run("sequence huge.slp out/h.bmp");
+    EXPECT_TRUE(huge.Code == 1 && huge.SaysInOneLine("out/h.bmp: needs 1.6 TB but its folder has ")) << huge.Err;
+    EXPECT_TRUE(fs::is_empty(dir / "out"));
+
+    // convert --jobs 16 under umask 022, again and again: nothing it makes is writable by others. Threads
+    // that set the umask to learn it could leave it at 0 for one another; so it is never set, which the
+    // system calls show for certain where the race shows only now and then.
+    std::vector<EntryFixture> sprites;
+    for (int32_t id = 0; id < 300; ++id) sprites.push_back({id, ReadFileBytes(dir / "walk.slp")});
+    WriteFileBytes(dir / "many.drs", WriteArchive({Flavour::Year1997, {{StoredTag("slp"), sprites}}}));
+    for (int run = 0; run < 3; ++run) {
+        ASSERT_EQ(Shell("umask 022; \"$BRINDLE_CLI\" convert many.drs out --format png --jobs 16").Code, 0);
+        for (const auto& item : fs::recursive_directory_iterator(dir / "out"))
+            ASSERT_EQ(ModeOf(item.path()) & 022, 0u) << item.path() << " in run " << run;
+    }
+    const CliResult traced = Shell("ASAN_OPTIONS=detect_leaks=0 strace -f -qq -e trace=umask -o umask.txt \"$BRINDLE_CLI\" "
+                                   "convert sprites.drs out --format png --jobs 4 2>/dev/null; cat umask.txt");
+    EXPECT_EQ(traced.Out, "") << "brindle-cli changes its umask";
+}
+
+// With protected_symlinks the kernel follows a link in a sticky world-writable folder only for its owner
+// or the folder's; we resolve links ourselves, and keep the same rule. Another user is needed: root
+// gives the link away.
+TEST_F(CliTest, ALinkOfAnotherUserInASharedFolderIsNotFollowed) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can give a link to another user";
+    fs::create_directory(dir / "shared");
+    ::chmod((dir / "shared").c_str(), 01777);
+    WriteFileText(dir / "victim", "the victim's file");
+    fs::create_symlink(dir / "victim", dir / "shared/walk002.bmp");
+    fs::create_symlink(dir / "victim", dir / "shared/own.bmp");
+    ASSERT_EQ(::lchown((dir / "shared/walk002.bmp").c_str(), 65534, 65534), 0);
+    const CliResult planted = Run("sequence walk.slp shared/walk.bmp");
+    EXPECT_TRUE(planted.Code == 1 && planted.SaysInOneLine("shared/walk002.bmp: is a link of another user in a shared folder"))
+        << planted.Err;
+    EXPECT_EQ(ReadFileText(dir / "victim"), "the victim's file");
+    EXPECT_EQ(Run("frame walk.slp 1 shared/own.bmp").Code, 0);  // our own link is followed, as cp does
+    EXPECT_TRUE(ReadFileText(dir / "victim").starts_with("BM"));
 }
 
 }  // namespace
