@@ -172,4 +172,16 @@ TEST_F(CliTest, ALinkOfAnotherUserInASharedFolderIsNotFollowed) {
     EXPECT_TRUE(ReadFileText(dir / "victim").starts_with("BM"));
 }
 
+// Under a limit on processes no thread can start: convert goes on with the one it has, and so does the
+// sequence, which draws on a second thread where it can. Another user is needed: root is not held to
+// the limit.
+TEST_F(CliTest, ConvertGoesOnWithTheThreadsItHasUnderAProcessLimit) {
+    if (::geteuid() != 0 || std::system("command -v setpriv >/dev/null") != 0) GTEST_SKIP() << "needs root and setpriv";
+    ::chmod(dir.Path().c_str(), 0777);
+    const CliResult r = Shell("ulimit -u 1; ASAN_OPTIONS=detect_leaks=0 setpriv --reuid=65534 --regid=65534 --clear-groups "
+                              "\"$BRINDLE_CLI\" convert sprites.drs as-nobody --format bmp --jobs 4");
+    EXPECT_TRUE(r.Code == 1 && r.Err.ends_with("as-nobody: 11 converted, 1 failed\n")) << r.Err;  // ID 105 is damaged
+    EXPECT_EQ(FilesUnder(dir / "as-nobody").size(), 33u);
+}
+
 }  // namespace
