@@ -1,17 +1,17 @@
 #include "cli/Outputs.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <atomic>
-#include <sys/file.h>
-#include <sys/statvfs.h>
-#include <cstdio>
 #include <iterator>
 
 #include "cli/CliHost.h"
@@ -120,7 +120,9 @@ int Outputs::Replace(const std::string& from, const std::string& target) {
     struct stat status {};
     if (::lstat(target.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
         aside = HiddenName(FolderOf(target), "old");
-        if (::link(target.c_str(), aside.c_str()) != 0 && ::rename(target.c_str(), aside.c_str()) != 0) return errno;
+        if (::link(target.c_str(), aside.c_str()) != 0) {
+            if (errno == EEXIST || ::rename(target.c_str(), aside.c_str()) != 0) return errno;  // never over a stranger's file
+        }
     }
     if (::rename(from.c_str(), target.c_str()) != 0) {
         const int error = errno;
@@ -181,11 +183,13 @@ Outputs::Result Outputs::Write(const std::string& path, std::span<const uint8_t>
     if (!IsSafe(path)) return Result::Failed;
     if (KeptAsItIs(path)) return Result::Kept;
 
+    const std::string target = Target(path);
+    if (target.empty()) return Result::Failed;
     struct stat status {};
-    const bool exists = ::stat(path.c_str(), &status) == 0;
+    const bool exists = ::stat(target.c_str(), &status) == 0;
     if (exists && S_ISDIR(status.st_mode)) return Fail(path, SystemReason(EISDIR));
     if (exists && !S_ISREG(status.st_mode)) {  // a FIFO or a device: written through, never replaced
-        const int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        const int fd = ::open(target.c_str(), O_WRONLY | O_CLOEXEC);
         if (fd < 0) return Fail(path, SystemReason(errno));
         const int error = WriteAll(fd, bytes);
         const bool closed = ::close(fd) == 0;
@@ -193,8 +197,6 @@ Outputs::Result Outputs::Write(const std::string& path, std::span<const uint8_t>
         return Result::Written;
     }
 
-    const std::string target = Target(path);
-    if (target.empty()) return Result::Failed;
     // A temporary name of a fixed length, so that any name the file system takes can be written.
     std::string temporary = FolderOf(target) + "/.brindle-XXXXXX";
     const int fd = ::mkstemp(temporary.data());
