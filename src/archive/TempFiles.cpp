@@ -5,9 +5,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
 #include "archive/DRSCode.h"
 #include "shell/Functions.h"
@@ -88,8 +91,25 @@ bool TempRun::Begin(const std::string& folder) {
 
 void TempRun::Note(const std::string& path) {
     if (fd_ < 0) return;
-    const std::string line = FileOfPath(path) + '\n';
+    noted_.push_back(FileOfPath(path));
+    const std::string line = noted_.back() + '\n';
     [[maybe_unused]] const ssize_t written = ::write(fd_, line.data(), line.size());
+}
+
+std::string TempRun::NewCopyPath() {
+    std::string path = MakeTempResourcePath();
+    // Another window's name is free again a hundredth of a second later; we wait no longer than that a
+    // few times over, and then take it as the design takes its own.
+    for (int tries = 0; fd_ >= 0 && tries < 10; ++tries) {
+        const std::vector<std::string> inUse = CopiesInUse(folder_);
+        const std::string name = FileOfPath(path);
+        const bool ours = std::find(noted_.begin(), noted_.end(), name) != noted_.end();
+        if (ours || std::find(inUse.begin(), inUse.end(), name) == inUse.end()) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        path = MakeTempResourcePath();
+    }
+    Note(path);
+    return path;
 }
 
 void TempRun::End() {

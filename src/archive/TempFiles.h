@@ -40,6 +40,9 @@ public:
     bool Begin(const std::string& folder);
     // Notes a copy's path before the copy is made, so that no other window's sweep can take it.
     void Note(const std::string& path);
+    // A new path for a copy, noted: MakeTempResourcePath's, but never one that another running window
+    // noted in the same hundredth of a second (a name of our own is taken again, and replaced).
+    std::string NewCopyPath();
     // Lets go of the lock and sweeps: our own copies and those of runs that have ended.
     void End();
 
@@ -47,6 +50,7 @@ private:
     int fd_ = -1;
     std::string folder_;
     std::string runFile_;
+    std::vector<std::string> noted_;  // the names of our copies
 };
 
 // The names of the copies that running windows have noted in folder: those of every run file whose

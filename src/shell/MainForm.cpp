@@ -585,8 +585,7 @@ void MainForm::DRSFilesList_Click() {
     LoadDescriptionControls(row.Description);
 
     // Every selection copies its entry anew, heading rows too; a failed copy has told the user itself.
-    const std::string path = MakeTempResourcePath();
-    tempRun_.Note(path);
+    const std::string path = tempRun_.NewCopyPath();
     (void)ReadResourceData(DRSFileNumber, path, row, *this);
 
     SetEnabled(menu_extract_pal, false);

@@ -209,6 +209,22 @@ private slots:
         form.reset();
         QCOMPARE(TempCopies(), std::vector<std::string>{"1000.pal"});
     }
+
+    void closingOneWindowLeavesTheCopiesAnotherStillReads() {
+        MainForm second(desktop->Services());
+        desktop->FileAnswers.push_back(archivePath);
+        second.menu_file_open_Click();
+        second.DRSFilesList->SetListIndex(Walker);
+        const std::vector<std::string> copies = TempCopies();
+        OpenAndSelect(Flag);
+        form->menu_file_exit_Click();
+        QCOMPARE(TempCopies(), copies);  // the second window's copy of the walker
+        second.menu_image_refresh->trigger();
+        QCOMPARE(second.ResDisplayPic->Picture().size(), QSize(4, 3));
+        QCOMPARE(desktop->Boxes.size(), size_t{0});
+        second.close();
+        QVERIFY(TempCopies().empty());
+    }
 };
 
 QTEST_MAIN(MainFormTest)
