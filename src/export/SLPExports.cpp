@@ -75,6 +75,10 @@ public:
     }
     void Unfinished(const std::string& name) { unfinished_.push_back(name); }
     const std::vector<std::string>& UnfinishedFiles() const { return unfinished_; }
+    // The window's bundle lists a frame whose bitmap stopped halfway, as it always has; a caller that
+    // drops such files asks for a list without them.
+    void ListWholeFramesOnly() { wholeFramesOnly_ = true; }
+    bool ListsWholeFramesOnly() const { return wholeFramesOnly_; }
 
     // Success only when every frame decoded whole and every file was written to its end.
     Outcome Result() const {
@@ -92,6 +96,7 @@ private:
     SLPHeader header_;
     std::vector<SLPFrameInfo> frames_;
     std::vector<std::string> unfinished_;
+    bool wholeFramesOnly_ = false;
     std::string damage_;  // what was wrong with the first damaged frame
 };
 
@@ -286,8 +291,11 @@ Outcome ExportSLX(SpriteExport& sprite, const std::string& BasePath, Host& host)
             sprite.NoteDamage(i, slot.Decoded);
             const std::string colourName = BasePath + std::to_string(i) + "c.bmp";
             const std::string maskName = BasePath + std::to_string(i) + "d.bmp";
+            const size_t unfinished = sprite.UnfinishedFiles().size();
             if (Outcome saved = sprite.Save(slot.Image, colourName); !saved) return saved;
             if (Outcome saved = sprite.Save(slot.Mask, maskName); !saved) return saved;
+            // A caller that keeps only whole files gets a list of only those.
+            if (sprite.ListsWholeFramesOnly() && sprite.UnfinishedFiles().size() != unfinished) return Outcome::Success();
             const SLPFrameInfo& frame = sprite.Frame(i);
             frameLines += std::to_string(frame.HotspotX) + "," + std::to_string(frame.HotspotY) + "\r\n" +
                           FileOfPath(maskName) + "\r\n" + FileOfPath(colourName) + "\r\n";
@@ -324,6 +332,7 @@ Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host
                   std::vector<std::string>* unfinished) {
     SpriteExport opened(host, player);
     if (Outcome read = opened.Use(sprite); !read) return read;
+    if (unfinished) opened.ListWholeFramesOnly();
     Outcome outcome = ExportSLX(opened, BasePath, host);
     if (unfinished) *unfinished = opened.UnfinishedFiles();
     return outcome;

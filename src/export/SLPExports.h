@@ -36,7 +36,8 @@ Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host&
                        std::vector<std::string>* unfinished = nullptr);
 
 // Writes BasePath + ".slx" and, per frame i, BasePath + i + "c.bmp" (image) and "d.bmp" (mask); the
-// players and the unfinished files as for ExportSequence.
+// players and the unfinished files as for ExportSequence. Given `unfinished`, the list leaves out the
+// frames whose bitmaps are in it.
 Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host& host);
 Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player = FirstPlayer,
                   std::vector<std::string>* unfinished = nullptr);

@@ -124,15 +124,23 @@ TEST_F(CliTest, WhatStoodThereStaysAndOnlyWholeFilesOfOursArePlaced) {
     EXPECT_EQ(ModeOf(dir / "mine/run"), 0755u);
     EXPECT_TRUE(fs::exists(dir / ("mine/" + longName)));
 
-    // A file limit that cuts every bitmap: with --keep-going none is placed, and each counts as failed.
-    Art art(40, 30);
-    art.At(1, 1) = {Layer::Colour, 40};
-    WriteFileBytes(dir / "big.slp", WriteSprite({EncodeFrame(art, 0, 0), EncodeFrame(art, 0, 0)}));
-    const CliResult cut = Shell("ulimit -f 2; trap '' XFSZ; \"$BRINDLE_CLI\" sequence big.slp out/b.bmp --keep-going");
+    // A file limit that cuts every bitmap but the small frame's: with --keep-going what is cut is never
+    // placed, and counts as failed; the bundle lists only what was.
+    Art small(4, 3), big(40, 30);
+    big.At(1, 1) = small.At(1, 1) = {Layer::Colour, 40};
+    WriteFileBytes(dir / "big.slp", WriteSprite({EncodeFrame(small, 0, 0), EncodeFrame(big, 0, 0)}));
+    const std::string limited = "ulimit -f 2; trap '' XFSZ; \"$BRINDLE_CLI\" ";
+    const CliResult cut = Shell(limited + "sequence big.slp out/b.bmp --keep-going");
     EXPECT_TRUE(cut.Code == 1 && cut.Err.ends_with("0 files written, 2 failed\n")) << cut.Err;
     EXPECT_TRUE(FilesUnder(dir / "out").empty());
+    const CliResult bundle = Shell(limited + "slx big.slp out/b.slx --keep-going");
+    EXPECT_TRUE(bundle.Code == 1 && bundle.Err.ends_with("3 files written, 2 failed\n")) << bundle.Err;
+    EXPECT_EQ(NamesUnder(dir / "out"), (std::set<std::string>{"b.slx", "b1c.bmp", "b1d.bmp"}));
+    EXPECT_EQ(ReadFileText(dir / "out/b.slx"), "SLX 0.5\r\n1\r\n0,0\r\nb1d.bmp\r\nb1c.bmp\r\n");
     // Files that would not fit their folder are refused before anything is written, with the size needed.
     WriteFileBytes(dir / "huge.slp", HugeSprite(MaxFrames));
+    fs::remove_all(dir / "out");
+    fs::create_directory(dir / "out");
     const CliResult huge = Run("sequence huge.slp out/h.bmp");
     EXPECT_TRUE(huge.Code == 1 && huge.SaysInOneLine("out/h.bmp: needs 1.6 TB but its folder has ")) << huge.Err;
     EXPECT_TRUE(fs::is_empty(dir / "out"));
