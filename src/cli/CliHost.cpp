@@ -18,13 +18,18 @@ void EndProgressLine() {
 
 }  // namespace
 
+std::string ComplaintLine(std::string_view command, std::string_view file, std::string_view reason) {
+    std::string line = "brindle-cli: ";
+    if (!command.empty()) line.append(command).append(": ");
+    if (!file.empty()) line.append(file).append(": ");
+    return line.append(reason).append("\n");
+}
+
 void Complain(std::string_view command, std::string_view file, std::string_view reason) {
+    const std::string line = ComplaintLine(command, file, reason);
     const std::lock_guard<std::mutex> lock(stderrLines);
     EndProgressLine();
-    std::cerr << "brindle-cli: ";
-    if (!command.empty()) std::cerr << command << ": ";
-    if (!file.empty()) std::cerr << file << ": ";
-    std::cerr << reason << std::endl;
+    std::cerr << line << std::flush;
 }
 
 CliHost::CliHost(bool force) : force_(force), progressWanted_(isatty(STDERR_FILENO) == 1) {}

@@ -11,6 +11,8 @@
 
 // One line on stderr: "brindle-cli: COMMAND: FILE: reason", leaving out COMMAND or FILE when empty.
 void Complain(std::string_view command, std::string_view file, std::string_view reason);
+// The line Complain writes, its newline included.
+std::string ComplaintLine(std::string_view command, std::string_view file, std::string_view reason);
 
 class CliHost : public QuietHost {
 public:
