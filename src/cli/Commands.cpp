@@ -213,11 +213,14 @@ int RunList(const Options& options) {
         return WriteStandardOutput(options.Command, document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n")
                    ? ExitOk : ExitFailed;
     }
+    // A table's tag is any four bytes: a control character in it would drive the terminal, or split the
+    // row's columns or the row itself.
     std::string text = options.Long ? "row\ttext\tkind\tid\toffset\tsize\n" : "";
     for (size_t i = 0; i < rows.size(); ++i) {
         const CatalogueRow& entry = CatalogueAt(i);
-        if (options.Long) text += std::to_string(i) + '\t' + rows[i].Text + '\t' + KindName(rows[i].ItemData);
-        else text += rows[i].Text + '\t' + std::to_string(rows[i].ItemData);
+        const std::string shown = EscapeControls(rows[i].Text);
+        if (options.Long) text += std::to_string(i) + '\t' + shown + '\t' + KindName(rows[i].ItemData);
+        else text += shown + '\t' + std::to_string(rows[i].ItemData);
         text += '\t' + std::to_string(entry.ID) + '\t' + std::to_string(entry.Offset) + '\t' + std::to_string(entry.Size) + '\n';
     }
     return WriteStandardOutput(options.Command, text) ? ExitOk : ExitFailed;

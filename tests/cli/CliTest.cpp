@@ -83,6 +83,20 @@ TEST_F(CliTest, AThumbnailAnswersSoonWhateverItIsGiven) {
     }
 }
 
+// Tags and file names are anyone's bytes: list and the one-line messages show their control characters
+// escaped, a tab inside a column too, and leave the tabs between columns and all else as it was.
+TEST_F(CliTest, ControlCharactersAreShownEscaped) {
+    ArchiveLayout at;
+    WriteFileBytes(dir / "esc.drs", WriteArchive({Flavour::Year1997, {{StoredTag("\x1b[J"), {{1, {1}}}}, {StoredTag("x\ty"), {{2, {2}}}}}}, &at));
+    const auto entry = [&](int32_t id, int32_t table) {
+        return std::to_string(id) + "\t-1\t" + std::to_string(id) + '\t' + std::to_string(at.DataAt[size_t(table)][0]) + "\t1\n";
+    };
+    EXPECT_EQ(Run("list esc.drs").Out, "--\\x1b[J (1)--\t0\t0\t0\t0\n" + entry(1, 0) + "--X\\tY (1)--\t0\t0\t0\t0\n" + entry(2, 1));
+    EXPECT_TRUE(Run("list --long esc.drs").Out.starts_with("row\ttext\tkind\tid\toffset\tsize\n0\t--\\x1b[J (1)--\theading\t0\t"));
+    const CliResult named = Run("list 'a\nb.drs'");
+    EXPECT_TRUE(named.SaysInOneLine("brindle-cli: list: a\\nb.drs: No such file or directory")) << named.Err;
+}
+
 TEST_F(CliTest, ConvertDoesEverySpriteAndGoesOnPastADamagedOne) {
     for (const std::string jobs : {"1", "2"}) {  // into folders 1 and 2
         const CliResult r = Run("convert sprites.drs " + jobs + " --format sheet --jobs " + jobs);
