@@ -44,6 +44,11 @@ int main(int argc, char** argv) {
         }
         Write(out / "Sprite", "one-frame.slp", Sprite(1, 6));
         Write(out / "Sprite", "walker.slp", Sprite(5, 12));
+        // 8,192 rows that all walk one stream of 60,000 empty lists from far left of the frame: the
+        // shape of the slow sprites, for the fuzzer to vary.
+        Bytes empties(60000, 0x00);
+        empties.push_back(0x0F);
+        Write(out / "Sprite", "tall-shared-stream.slp", WriteSharedStreamSprite(64, 8192, -32767, empties));
         Write(out / "Palette", "grey.pal", BytesOf(WriteJascPal(grey)));
         Write(out / "Palette", "short.pal", BytesOf(WriteJascPal(std::vector<uint32_t>(16, 0x102030), "0100", "16")));
         // The other formats; the target names a file ".act" when its first byte is odd.

@@ -5,6 +5,8 @@
 #include <iostream>
 #include <mutex>
 
+#include "shell/Functions.h"
+
 namespace {
 
 bool progressOnLine = false;  // a progress line stands unfinished on stderr
@@ -18,13 +20,20 @@ void EndProgressLine() {
 
 }  // namespace
 
+// Every part may hold what an archive or a command line put there: a control character in it would
+// split the line or drive the terminal.
+std::string ComplaintLine(std::string_view command, std::string_view file, std::string_view reason) {
+    std::string line = "brindle-cli: ";
+    if (!command.empty()) line.append(EscapeControls(command)).append(": ");
+    if (!file.empty()) line.append(EscapeControls(file)).append(": ");
+    return line.append(EscapeControls(reason)).append("\n");
+}
+
 void Complain(std::string_view command, std::string_view file, std::string_view reason) {
+    const std::string line = ComplaintLine(command, file, reason);
     const std::lock_guard<std::mutex> lock(stderrLines);
     EndProgressLine();
-    std::cerr << "brindle-cli: ";
-    if (!command.empty()) std::cerr << command << ": ";
-    if (!file.empty()) std::cerr << file << ": ";
-    std::cerr << reason << std::endl;
+    std::cerr << line << std::flush;
 }
 
 CliHost::CliHost(bool force) : force_(force), progressWanted_(isatty(STDERR_FILENO) == 1) {}

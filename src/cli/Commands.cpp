@@ -1,10 +1,13 @@
 #include "cli/Commands.h"
 
 #include <nlohmann/json.hpp>
+#include <sys/time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <csignal>
 #include <filesystem>
 #include <iostream>
 #include <set>
@@ -214,11 +217,14 @@ int RunList(const Options& options) {
         return WriteStandardOutput(options.Command, document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n")
                    ? ExitOk : ExitFailed;
     }
+    // A table's tag is any four bytes: a control character in it would drive the terminal, or split the
+    // row's columns or the row itself.
     std::string text = options.Long ? "row\ttext\tkind\tid\toffset\tsize\n" : "";
     for (size_t i = 0; i < rows.size(); ++i) {
         const CatalogueRow& entry = CatalogueAt(i);
-        if (options.Long) text += std::to_string(i) + '\t' + rows[i].Text + '\t' + KindName(rows[i].ItemData);
-        else text += rows[i].Text + '\t' + std::to_string(rows[i].ItemData);
+        const std::string shown = EscapeControls(rows[i].Text);
+        if (options.Long) text += std::to_string(i) + '\t' + shown + '\t' + KindName(rows[i].ItemData);
+        else text += shown + '\t' + std::to_string(rows[i].ItemData);
         text += '\t' + std::to_string(entry.ID) + '\t' + std::to_string(entry.Offset) + '\t' + std::to_string(entry.Size) + '\n';
     }
     return WriteStandardOutput(options.Command, text) ? ExitOk : ExitFailed;
@@ -472,13 +478,44 @@ int RunExport(const Options& options) {
 
 // ---- thumbnails, for file managers ---------------------------------------------------------------------
 
+namespace {
+
+// A file manager waits for its thumbnail, so past this time the command gives up, whatever it is doing
+// or waiting for. The clock starts once the command line is read; the rest of the second is for the
+// program's start and exit.
+constexpr long ThumbnailMicroseconds = 900'000;
+
+// The line said when the time is up, made before the clock starts: the handler can only write it.
+std::string tooLongLine;
+
+void GiveUpThumbnail(int) {
+    // Only write and _exit are safe here: nothing is flushed, and no temporary file exists yet.
+    const ssize_t written = ::write(STDERR_FILENO, tooLongLine.data(), tooLongLine.size());
+    (void)written;
+    ::_exit(ExitFailed);
+}
+
+// Starts the thumbnail's clock, or with 0 stops it.
+void SetThumbnailClock(long microseconds) {
+    itimerval timer{};
+    timer.it_value.tv_sec = microseconds / 1'000'000;
+    timer.it_value.tv_usec = microseconds % 1'000'000;
+    ::setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+}  // namespace
+
 int RunThumbnail(const Options& options) {
+    tooLongLine = ComplaintLine(options.Command, options.Source == "-" ? "standard input" : options.Source,
+                                "took too long; no thumbnail written");
+    std::signal(SIGALRM, GiveUpThumbnail);
+    SetThumbnailClock(ThumbnailMicroseconds);
     Outputs outputs(options.Command, false);
     // An archive by its first bytes, else a sprite.
     ReadOnlyFile archive;
     std::vector<uint8_t> bytes;
-    if (options.Source == "-") {
-        if (!ReadStandardInput(options.Command, size_t{1} << 31, bytes)) return ExitFailed;
+    if (options.Source == "-") {  // a sprite's limit, an archive's too: what is past it is left unread
+        if (!ReadStandardInput(options.Command, MaxSLPFileBytes, bytes)) return ExitFailed;
     } else if (!archive.Open(options.Source)) {
         Complain(options.Command, options.Source, UnreadableReason(options.Source));
         return ExitFailed;
@@ -509,10 +546,6 @@ int RunThumbnail(const Options& options) {
             return ExitFailed;
         }
     } else if (options.Source == "-") {
-        if (bytes.size() > MaxSLPFileBytes) {
-            Complain(options.Command, "standard input", "larger than a sprite Brindle reads");
-            return ExitFailed;
-        }
         sprite.Bytes = std::move(bytes);
     } else {  // a sprite, read from the file already open
         if (static_cast<uint64_t>(archive.Size()) > MaxSLPFileBytes) {
@@ -539,5 +572,6 @@ int RunThumbnail(const Options& options) {
         Complain(options.Command, options.Source, encoded.Detail);
         return ExitFailed;
     }
+    SetThumbnailClock(0);  // a write cut short would leave its temporary file behind
     return outputs.Write(options.Out, png) == Outputs::Result::Failed ? ExitFailed : ExitOk;
 }

@@ -104,6 +104,25 @@ std::string PadFrameNumber(int32_t Number) {
 
 int16_t MaxInteger(int16_t a, int16_t b) { return a > b ? a : b; }
 
+std::string EscapeControls(std::string_view text) {
+    constexpr char Hex[] = "0123456789abcdef";
+    std::string out;
+    out.reserve(text.size());
+    for (const char c : text) {
+        const auto byte = static_cast<uint8_t>(c);
+        if (byte >= 0x20 && byte != 0x7F) {
+            out.push_back(c);
+        } else if (c == '\t' || c == '\n' || c == '\r') {
+            out.push_back('\\');
+            out.push_back(c == '\t' ? 't' : c == '\n' ? 'n' : 'r');
+        } else {
+            out.append("\\x").push_back(Hex[byte >> 4]);
+            out.push_back(Hex[byte & 0x0F]);
+        }
+    }
+    return out;
+}
+
 std::string ProgramFileName() {
     std::error_code error;
     const auto self = std::filesystem::read_symlink("/proc/self/exe", error);

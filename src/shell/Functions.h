@@ -34,5 +34,11 @@ char32_t Windows1252CodePoint(uint8_t byte);
 // Characters without a Windows-1252 byte, and broken UTF-8, become '?' (one per broken sequence).
 std::string Utf8ToWindows1252(std::string_view text);
 
+// Control characters (bytes below 0x20, and 0x7F) as \t, \n, \r or \xHH, so that a terminal shows them
+// instead of obeying them, and a one-line message stays one line. A backslash stays as it is, so that a
+// text without controls, a Windows path too, prints unchanged; the escapes can then be misread only
+// where the text itself holds such a sequence.
+std::string EscapeControls(std::string_view text);
+
 // The program's file name without folder and extension ("brindle", "brindle-cli").
 std::string ProgramFileName();

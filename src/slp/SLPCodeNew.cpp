@@ -12,10 +12,12 @@ namespace {
 constexpr size_t HeaderSize = 32;
 constexpr size_t FrameInfoSize = 32;
 
-// A row needs at most one command a pixel from its left end to its right edge; we allow this many
-// commands more, for ones that draw nothing or draw past the edge, before taking the row for damage.
-// Without a cap, rows that share one long stream could keep the decoder busy for minutes.
-constexpr int64_t SpareCommandsPerRow = 4096;
+// The most stream bytes a row may take. Every command reads at least one byte and a list one a pixel,
+// so a real row needs at most 3 bytes a pixel and its end byte; the spare takes a stray command that
+// draws nothing. A row that goes on is damaged, so that decoding costs what the frame draws, however
+// far its Left lies outside it and however many rows share one long stream.
+constexpr int64_t StreamBytesPerPixel = 4;
+constexpr int64_t SpareStreamBytesPerRow = 4;
 
 int32_t LoadI32(const uint8_t* p) {
     return static_cast<int32_t>(uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24);
@@ -46,6 +48,7 @@ struct RowContext {
     LayerColours Colours;
     uint32_t PlayerOffset;  // 16 times the player: where the team's band of the palette starts
     int64_t Width;
+    int64_t RowBytes;  // the most stream bytes a row may take
 };
 
 // Where a row's commands ended, and what is wrong with the row: null when nothing is.
@@ -55,11 +58,12 @@ struct RowEnd {
 };
 
 constexpr const char* CutOff = "its commands run past the end of the file";
+constexpr const char* TooManyCommands = "it has more commands than pixels";
 constexpr const char* BadPlayerColour = "a player colour lies past the end of the palette";
 
 // Carries out the commands of one row from byte `at` of the file, drawing from column x on, until an
-// end-of-row byte. Which command a byte is goes by its low nibble, but for the four outline bytes
-// 0x4E, 0x5E, 0x6E and 0x7E.
+// end-of-row byte, reading no more than the row's share of stream bytes. Which command a byte is goes
+// by its low nibble, but for the four outline bytes 0x4E, 0x5E, 0x6E and 0x7E.
 //
 // The pixels are stored through byte pointers, which as far as the compiler knows may point at
 // anything, so whatever the loop reads through a pointer would be read again after every store:
@@ -67,6 +71,9 @@ constexpr const char* BadPlayerColour = "a player colour lies past the end of th
 RowEnd DecodeRow(const RowContext& context, size_t at, int64_t x, uint8_t* imageRow, uint8_t* maskRow) {
     const uint8_t* const file = context.File.data();
     const size_t size = context.File.size();
+    // Reads stop here: at the end of the file, or where the row has had its share of bytes.
+    const size_t stop = std::min(size, at + static_cast<size_t>(context.RowBytes));
+    const char* const stopped = stop < size ? TooManyCommands : CutOff;
     const uint32_t* const values = context.Values.data();
     const uint32_t* const memory = context.Memory.data();
     const LayerColours colours = context.Colours;
@@ -75,7 +82,7 @@ RowEnd DecodeRow(const RowContext& context, size_t at, int64_t x, uint8_t* image
     const int64_t width = context.Width;
 
     auto next = [&](uint32_t& value) {
-        if (at >= size) return false;
+        if (at >= stop) return false;
         value = file[at++];
         return true;
     };
@@ -94,7 +101,7 @@ RowEnd DecodeRow(const RowContext& context, size_t at, int64_t x, uint8_t* image
     // A list of one byte a pixel: a palette index, or for the player layer a player byte c that
     // stands for palette[c + playerOffset]. Null, or what is wrong.
     auto list = [&](uint32_t length, uint32_t layer) -> const char* {
-        if (!Inside(static_cast<int64_t>(at), length, size)) return CutOff;
+        if (!Inside(static_cast<int64_t>(at), length, stop)) return stopped;
         const uint8_t* bytes = file + at;
         const bool player = layer == LayerPlayer;
         const uint32_t offset = player ? playerOffset : 0;
@@ -124,11 +131,9 @@ RowEnd DecodeRow(const RowContext& context, size_t at, int64_t x, uint8_t* image
         return nullptr;
     };
 
-    // A row needs at most one command a pixel from its left end to its right edge, and some spare.
-    const int64_t maxCommands = std::max<int64_t>(width - x, 0) + std::max<int64_t>(-x, 0) + SpareCommandsPerRow;
-    for (int64_t commands = 0; commands < maxCommands; ++commands) {
+    for (;;) {
         uint32_t command = 0, length = 0, operand = 0;
-        if (!next(command)) return {x, CutOff};
+        if (!next(command)) return {x, stopped};
         const uint32_t high = command >> 4;
         const char* problem = nullptr;
         switch (command & 0x0F) {
@@ -136,32 +141,32 @@ RowEnd DecodeRow(const RowContext& context, size_t at, int64_t x, uint8_t* image
                 problem = list(command >> 2, LayerColour);
                 break;
             case 0x1: case 0x5: case 0x9: case 0xD:  // skip, six-bit length
-                if (!extended(command >> 2, length)) return {x, CutOff};
+                if (!extended(command >> 2, length)) return {x, stopped};
                 fill(length, colours.Transparent, LayerTransparent);
                 break;
             case 0x2:  // long colour list
-                if (!next(operand)) return {x, CutOff};
+                if (!next(operand)) return {x, stopped};
                 problem = list(high * 256 + operand, LayerColour);
                 break;
             case 0x3:  // long skip
-                if (!next(operand)) return {x, CutOff};
+                if (!next(operand)) return {x, stopped};
                 fill(high * 256 + operand, colours.Transparent, LayerTransparent);
                 break;
             case 0x6:  // player colour list
-                if (!extended(high, length)) return {x, CutOff};
+                if (!extended(high, length)) return {x, stopped};
                 problem = list(length, LayerPlayer);
                 break;
             case 0x7:  // colour fill
-                if (!extended(high, length) || !next(operand)) return {x, CutOff};
+                if (!extended(high, length) || !next(operand)) return {x, stopped};
                 fill(length, values[operand], LayerColour);
                 break;
             case 0xA:  // player colour fill
-                if (!extended(high, length) || !next(operand)) return {x, CutOff};
+                if (!extended(high, length) || !next(operand)) return {x, stopped};
                 if (operand > lastPlayerByte) return {x, BadPlayerColour};
                 fill(length, values[operand + playerOffset], LayerPlayer);
                 break;
             case 0xB:  // shadow
-                if (!extended(high, length)) return {x, CutOff};
+                if (!extended(high, length)) return {x, stopped};
                 fill(length, colours.Shadow, LayerShadow);
                 break;
             case 0xE:
@@ -170,7 +175,7 @@ RowEnd DecodeRow(const RowContext& context, size_t at, int64_t x, uint8_t* image
                 } else if (command == 0x6E) {
                     fill(1, colours.OutlineOuter, LayerOutlineOuter);
                 } else if (!next(operand)) {
-                    return {x, CutOff};
+                    return {x, stopped};
                 } else if (command == 0x5E) {
                     fill(operand, colours.OutlineInner, LayerOutlineInner);
                 } else if (command == 0x7E) {
@@ -184,7 +189,6 @@ RowEnd DecodeRow(const RowContext& context, size_t at, int64_t x, uint8_t* image
         }
         if (problem) return {x, problem};
     }
-    return {x, "it has more commands than pixels"};
 }
 
 DecodeResult Damaged(int32_t row, const std::string& problem) {
@@ -275,7 +279,8 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
     const uint8_t* bytes = file.Bytes.data();
     const MemoryPalette memoryPalette = MemoryOrderPalette(palette);
     const auto playerOffset = static_cast<uint32_t>(16 * std::clamp(colours.Player, FirstPlayer, LastPlayer));
-    const RowContext context{file.Bytes, palette, memoryPalette, colours, playerOffset, width};
+    const RowContext context{file.Bytes, palette, memoryPalette, colours, playerOffset, width,
+                             StreamBytesPerPixel * width + SpareStreamBytesPerRow};
     for (int32_t row = 0; row < height; ++row) {
         if (allowEscape && host.IsEscapeDown()) return endAt(row, 0, {DecodeEscaped, {}});
 

@@ -61,6 +61,42 @@ TEST_F(CliTest, EveryCommandWritesWhatItRead) {
     EXPECT_EQ(json::parse(ReadFileText(dir / "teams.json"))["meta"]["size"], (json{{"w", 15}, {"h", 24}}));
 }
 
+// A file manager waits for its thumbnail: input past a sprite's 64 MiB is left unread, input that never
+// ends is given up, and rows that would walk one long stream again and again are damaged at once.
+TEST_F(CliTest, AThumbnailAnswersSoonWhateverItIsGiven) {
+    Bytes lists;  // player lists of 255 pixels, starting far left of the frame
+    for (int i = 0; i < 1000; ++i) lists.insert(lists.end(), {0x06, 0xFF}), lists.resize(lists.size() + 255);
+    lists.push_back(0x0F);
+    WriteFileBytes(dir / "tall.slp", WriteSharedStreamSprite(64, 8192, -32767, lists));
+    const struct { std::string Line, Message, Out; } cases[] = {
+        {"head -c 83886080 /dev/zero | { \"$BRINDLE_CLI\" thumbnail - out/t.png 256; code=$?;"
+         " [ \"$(wc -c)\" -ge 16711680 ] && echo rest unread; exit $code; }",  // 80 MiB, less 64 MiB and a block
+         "thumbnail: standard input: more than 67108864 bytes", "rest unread\n"},
+        {"mkfifo stalled && timeout 10 \"$BRINDLE_CLI\" thumbnail - out/t.png 256 <>stalled",  // it holds the pipe open itself
+         "thumbnail: standard input: took too long; no thumbnail written", ""},
+        {"\"$BRINDLE_CLI\" thumbnail tall.slp out/t.png 256", "thumbnail: tall.slp: frame 1: row 0: it has more commands than pixels", ""},
+    };
+    for (const auto& c : cases) {
+        const CliResult r = Shell(c.Line);
+        EXPECT_TRUE(r.Code == 1 && r.SaysInOneLine(c.Message) && r.Out == c.Out) << c.Line << ": " << r.Code << ", " << r.Out << r.Err;
+        EXPECT_TRUE(FilesUnder(dir / "out").empty()) << c.Line;
+    }
+}
+
+// Tags and file names are anyone's bytes: list and the one-line messages show their control characters
+// escaped, a tab inside a column too, and leave the tabs between columns and all else as it was.
+TEST_F(CliTest, ControlCharactersAreShownEscaped) {
+    ArchiveLayout at;
+    WriteFileBytes(dir / "esc.drs", WriteArchive({Flavour::Year1997, {{StoredTag("\x1b[J"), {{1, {1}}}}, {StoredTag("x\ty"), {{2, {2}}}}}}, &at));
+    const auto entry = [&](int32_t id, int32_t table) {
+        return std::to_string(id) + "\t-1\t" + std::to_string(id) + '\t' + std::to_string(at.DataAt[size_t(table)][0]) + "\t1\n";
+    };
+    EXPECT_EQ(Run("list esc.drs").Out, "--\\x1b[J (1)--\t0\t0\t0\t0\n" + entry(1, 0) + "--X\\tY (1)--\t0\t0\t0\t0\n" + entry(2, 1));
+    EXPECT_TRUE(Run("list --long esc.drs").Out.starts_with("row\ttext\tkind\tid\toffset\tsize\n0\t--\\x1b[J (1)--\theading\t0\t"));
+    const CliResult named = Run("list 'a\nb.drs'");
+    EXPECT_TRUE(named.SaysInOneLine("brindle-cli: list: a\\nb.drs: No such file or directory")) << named.Err;
+}
+
 TEST_F(CliTest, ConvertDoesEverySpriteAndGoesOnPastADamagedOne) {
     for (const std::string jobs : {"1", "2"}) {  // into folders 1 and 2
         const CliResult r = Run("convert sprites.drs " + jobs + " --format sheet --jobs " + jobs);

@@ -36,4 +36,14 @@ TEST(FunctionsTest, Windows1252AndUtf8) {
     for (const auto& c : lossy) EXPECT_EQ(Utf8ToWindows1252(c.Utf8), c.Windows1252) << c.Utf8;
 }
 
+TEST(FunctionsTest, ControlCharactersAreEscaped) {
+    using namespace std::string_view_literals;
+    const struct { std::string_view Text, Shown; } cases[] = {
+        {"--\x1b[J (1)--", "--\\x1b[J (1)--"}, {"a\nb\tc\rd", "a\\nb\\tc\\rd"},
+        {"\0\x01\x1f\x7f"sv, "\\x00\\x01\\x1f\\x7f"},
+        {" ~\\x1b \x80\xff caf\xC3\xA9", " ~\\x1b \x80\xff caf\xC3\xA9"},  // a backslash and the high bytes stay
+        {"", ""}};
+    for (const auto& c : cases) EXPECT_EQ(EscapeControls(c.Text), c.Shown) << c.Text;
+}
+
 }  // namespace

@@ -21,6 +21,7 @@ QuietHost quiet;
 
 struct Decoded {
     int32_t Code = Refused;
+    std::string Detail;
     SLPFrameInfo Info;
     cDIBSection Image, Mask;
     std::pair<Bytes, Bytes> Surfaces() const { return {Image.EncodeBitmap(), Mask.EncodeBitmap()}; }
@@ -42,7 +43,8 @@ Decoded Decode(const Bytes& bytes, int32_t player = FirstPlayer) {
     d.Info = frames[0];
     LayerColours colours = DecodedColours;
     colours.Player = player;
-    d.Code = DecodeSLPFrame(file, d.Info, d.Image, d.Mask, false, quiet, colours).Code;
+    DecodeResult result = DecodeSLPFrame(file, d.Info, d.Image, d.Mask, false, quiet, colours);
+    d.Code = result.Code, d.Detail = std::move(result.Detail);
     return d;
 }
 
@@ -168,6 +170,29 @@ TEST_F(SLPDecoderTest, DamagedFilesEndInAnOrderlyWay) {
         EXPECT_EQ(d.Code, c.Code);
         if (!c.Rows.empty()) { EXPECT_EQ(d.Surfaces(), Want(c.Rows, 2)); }
         if (c.Rows.empty() && c.Code == DecodeDamaged) { EXPECT_FALSE(d.Image.IsCreated() || d.Mask.IsCreated()); }
+    }
+}
+
+// A row may read about as many stream bytes as it has pixels to draw, wherever its Left lies: rows that
+// share one long stream stop at their share instead of each walking all of it.
+TEST_F(SLPDecoderTest, ARowReadsNoMoreOfItsStreamThanItsPixelsNeed) {
+    // The densest real row: single-pixel fills in the long form, 3 bytes a pixel, then the end byte.
+    Bytes dense;
+    std::string drawn;
+    for (int i = 0; i < 64; ++i) dense.insert(dense.end(), {0x07, 1, uint8_t(1 + i % 2)}), drawn += char('1' + i % 2);
+    dense.push_back(0x0F);
+    // 8,192 rows of 4 pixels that share one stream of 8,000 empty lists, starting 32,767 columns left of the frame.
+    Bytes empties(8000, 0x00);
+    empties.push_back(0x0F);
+    const struct { const char* Name; Bytes Sprite; int32_t Code; std::string Detail, Rows; int32_t Height; } cases[] = {
+        {"dense row", WriteSprite({{.Width = 64, .Height = 1, .Rows = {{0, 0, dense}}}}), DecodeFinished, "", drawn, 1},
+        {"shared stream", WriteSharedStreamSprite(4, 8192, -32767, empties), DecodeDamaged,
+         "row 0: it has more commands than pixels", std::string(4 * 8192, '.'), 8192},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.Name);
+        const Decoded d = Decode(c.Sprite);
+        EXPECT_EQ(std::tuple(d.Code, d.Detail, d.Surfaces()), std::tuple(c.Code, c.Detail, Want(c.Rows, c.Height)));
     }
 }
 

@@ -138,6 +138,15 @@ Bytes WriteSprite(const std::vector<FrameFixture>& frames, std::string_view vers
     return bytes;
 }
 
+Bytes WriteSharedStreamSprite(int32_t width, int32_t height, int16_t left, const Bytes& stream) {
+    std::vector<RowFixture> rows(size_t(height), {left, 0, {}});
+    rows[0].Commands = stream;
+    SpriteLayout at;
+    Bytes bytes = WriteSprite({{.Width = width, .Height = height, .Rows = rows}}, "2.0N", "", &at);
+    for (size_t row = 1; row < rows.size(); ++row) PutI32(bytes, size_t(at.CommandTableAt[0]) + 4 * row, at.RowStreamAt[0][0]);
+    return bytes;
+}
+
 // ---- palettes and WAV sounds ----------------------------------------------------------------
 
 std::string WriteJascPal(std::span<const uint32_t> colours, std::string_view version, std::string_view count) {

@@ -76,6 +76,10 @@ struct SpriteLayout {
 Bytes WriteSprite(const std::vector<FrameFixture>& frames, std::string_view version = "2.0N",
                   std::string_view comment = "", SpriteLayout* layout = nullptr);
 
+// A crafted sprite of one frame whose rows all start at column left and share one command stream:
+// every entry of the command table points at it.
+Bytes WriteSharedStreamSprite(int32_t width, int32_t height, int16_t left, const Bytes& stream);
+
 // A picture drawn in layers, from which EncodeFrame makes the command streams.
 enum class Layer : uint8_t { Transparent, Colour, Player, Shadow, OutlineInner, OutlineOuter };
 
