@@ -72,6 +72,7 @@ int CreateExclusively(const std::string& path, unsigned mode) {
 
 bool TempRun::Begin(const std::string& folder) {
     End();
+    if (folder.empty()) return false;  // no temporary folder: the copies will fail and say so
     // The run file is made and locked under a name no sweep looks at, then renamed into view: a sweep
     // never sees it unlocked and takes it for the file of an ended run.
     std::string starting = folder + ".starting-XXXXXX";
