@@ -43,6 +43,15 @@ QStringList NameFiltersOf(std::string_view filter) {
     return filters;
 }
 
+int FilterIndexOf(const QStringList& filters, const QString& selected) {
+    for (qsizetype i = 0; i < filters.size(); ++i) {
+        const QString& filter = filters[i];
+        const QString label = filter.left(filter.lastIndexOf(QStringLiteral(" ("))).simplified();
+        if (filter == selected || label == selected.simplified()) return static_cast<int>(i + 1);
+    }
+    return 0;
+}
+
 bool QtDialogs::ShowFileDialog(CommonDialog& dialog, bool open) {
     QFileDialog box(QApplication::activeWindow(), ToQString(dialog.DialogTitle));
     box.setAcceptMode(open ? QFileDialog::AcceptOpen : QFileDialog::AcceptSave);
@@ -65,7 +74,7 @@ bool QtDialogs::ShowFileDialog(CommonDialog& dialog, bool open) {
     const QString chosen = box.selectedFiles().first();
     if (chosen.isEmpty()) return false;
     dialog.FileName = chosen.toStdString();
-    dialog.FilterIndex = static_cast<int16_t>(filters.indexOf(box.selectedNameFilter()) + 1);
+    dialog.FilterIndex = static_cast<int16_t>(FilterIndexOf(filters, box.selectedNameFilter()));
     return true;
 }
 

@@ -24,6 +24,11 @@ QImage ImageOfSurface(const cDIBSection& surface);
 // also lists the files without a dot.
 QStringList NameFiltersOf(std::string_view filter);
 
+// Which of filters the dialog says was picked, counted from 1 (0: none). With the details hidden,
+// Qt 6.4 answers with the label alone ("PNG image") and later versions with the whole filter; the
+// labels tell apart filters of the same pattern, such as the PNG sequence and the animated PNG.
+int FilterIndexOf(const QStringList& filters, const QString& selected);
+
 // Dialogs and boxes open over the active window.
 class QtDialogs : public CommonDialogs {
 public:
