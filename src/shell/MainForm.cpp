@@ -172,6 +172,7 @@ void MainForm::Form_Resize() {
     text.Height = fit(height - text.Top - ResizeMargin);
     text.Width = fit(width - text.Left - ResizeMargin);
     PlaceInTwips(ResDisplayText, text);
+    ClipPicture();
 }
 
 bool MainForm::eventFilter(QObject* watched, QEvent* event) {
@@ -706,6 +707,7 @@ void MainForm::ResDisplayPic_MouseMove(int X, int Y) {
     place.Left = MaxInteger(RoundToInteger((X - DragStartX) * TwipsPerPixelX() + place.Left), 0);
     place.Top = MaxInteger(RoundToInteger((Y - DragStartY) * TwipsPerPixelY() + place.Top), 0);
     PlaceInTwips(ResDisplayPic, place);
+    ClipPicture();
     RepaintMainForm();
 }
 
@@ -733,13 +735,20 @@ void MainForm::SetBusyPointer(bool busy) {
 void MainForm::SetPictureSource(std::string_view slpPath) { ResDisplayPic->Tag = slpPath; }
 
 void MainForm::SetPictureSize(int32_t widthPixels, int32_t heightPixels) {
+    if (playCanvas_) {  // every frame of a playing sprite stands on its canvas
+        widthPixels = static_cast<int32_t>(playCanvas_->Bounds.Width());
+        heightPixels = static_cast<int32_t>(playCanvas_->Bounds.Height());
+    }
     TwipsRect place = TwipsOf(ResDisplayPic);
     place.Width = PixelsToTwips(widthPixels * Zoom, TwipsPerPixelX());
     place.Height = PixelsToTwips(heightPixels * Zoom, TwipsPerPixelY());
     PlaceInTwips(ResDisplayPic, place);
+    ClipPicture();
 }
 
-void MainForm::PaintPicture(const cDIBSection& picture) { ResDisplayPic->SetPicture(ImageOfSurface(picture)); }
+void MainForm::PaintPicture(const cDIBSection& picture) {
+    ResDisplayPic->SetPicture(playCanvas_ ? OnPlayCanvas(ImageOfSurface(picture)) : ImageOfSurface(picture));
+}
 void MainForm::RepaintMainForm() { repaint(); }
 
 MessageAnswer MainForm::ShowMessage(std::string_view text, MessageStyle style, std::string_view title) {

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,7 @@
 
 #include "archive/DRSCode.h"
 #include "archive/TempFiles.h"
+#include "export/SLPExports.h"
 #include "shell/Files.h"
 #include "shell/Platform.h"
 #include "shell/Twips.h"
@@ -228,6 +230,18 @@ private:
     // mark on a click is undone first, so a handler works the same from a click and from a call.
     void OnCheckItemClick(QAction* item, std::function<void()> handler);
     void SetZoom(int32_t zoom);  // sizes ResDisplayPic for the frame on show at that zoom
+    // Shows ResDisplayPic only inside the viewer's area, right of the list and below the scroll bar,
+    // wherever it has been dragged: it never covers the list, the scroll bar or the captions.
+    void ClipPicture();
+    // While the animation plays, the sprite's common canvas, on which each frame stands by its hot spot
+    // as the image sequence lays them out, so that a walk does not jump by the difference of the hot
+    // spots; empty when nothing plays, or the canvas is too large to draw.
+    struct PlayCanvas {
+        CanvasBounds Bounds;
+        std::vector<SLPFrameInfo> Frames;
+    };
+    std::optional<PlayCanvas> playCanvas_;
+    QImage OnPlayCanvas(const QImage& frame) const;
 
     // The desktop's dialogs, each of which stops the animation before it shows.
     class AnimationStoppingDialogs : public CommonDialogs {

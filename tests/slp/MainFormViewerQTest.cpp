@@ -9,6 +9,8 @@
 #include <QWheelEvent>
 
 #include "WindowFixture.h"
+#include "colour/Colours.h"
+#include "colour/Palettes.h"
 
 using namespace fixtures;
 
@@ -80,10 +82,10 @@ private slots:
         form->menu_image_play->trigger();
         QVERIFY(Playing());
         QCOMPARE(form->AnimateTimer->interval(), 100);
-        for (auto [frame, width] : {std::pair{2, 9}, {3, 2}, {1, 4}, {2, 9}}) {
+        for (int frame : {2, 3, 1, 2}) {  // every frame on the sprite's canvas, 9 x 5
             form->AnimateTimer_Timer();
             QCOMPARE(FrameCaption(), "Showing frame " + std::to_string(frame) + " of 3");
-            QCOMPARE(form->ResDisplayPic->Picture().width(), width);
+            QCOMPARE(form->ResDisplayPic->Picture().size(), QSize(9, 5));
         }
         QTRY_COMPARE_WITH_TIMEOUT(form->FrameScroll->value(), 3, 5000);  // and the timer moves it on by itself
 
@@ -104,6 +106,45 @@ private slots:
         }
         form->menu_image_play->trigger();  // a refused sprite has nothing to play
         QVERIFY(!form->menu_image_play->isChecked());
+    }
+
+    // Playing, each frame stands by its hot spot on the common canvas, at the zoom in force: frame 1
+    // (4 x 2, hot spot 1,1) and frame 2 (2 x 3, hot spot -2,5) share a canvas of 5 x 6. Stopped, the
+    // frame on show is the design's picture again; stepping by hand never leaves it.
+    void playingHoldsTheHotSpotStillAndStoppingGivesTheDesignsPictureBack() {
+        OpenAndSelect(Layered);
+        form->menu_image_zoomin->trigger();
+        const QImage designs = form->ResDisplayPic->Picture();
+        form->menu_image_play->trigger();
+        const QColor background = ColourOf(MaskColour);
+        for (auto [frame, at, colour] : {std::tuple{2, QPoint(3, 0), ColourOf(Palette[9])}, {1, QPoint(1, 4), ColourOf(Palette[7])}}) {
+            form->AnimateTimer_Timer();
+            const QImage canvas = form->ResDisplayPic->Picture();
+            QCOMPARE(canvas.size(), QSize(5, 6));
+            QCOMPARE(form->ResDisplayPic->size(), QSize(10, 12));
+            QCOMPARE(canvas.pixelColor(at), colour);
+            QCOMPARE(canvas.pixelColor(frame == 1 ? QPoint(4, 0) : QPoint(0, 5)), background);
+        }
+        form->menu_image_play->trigger();
+        QCOMPARE(form->ResDisplayPic->Picture(), designs);
+        QCOMPARE(form->ResDisplayPic->size(), QSize(8, 4));
+    }
+
+    // Dragged anywhere at the largest zoom, the picture shows only right of the list and below the scroll
+    // bar, so the list, the scroll bar and the captions stay as they are.
+    void theDraggedPictureStaysInItsArea() {
+        OpenAndSelect(Walker);
+        for (int step = 0; step < 7; ++step) form->menu_image_zoomin->trigger();
+        for (QPoint by : {QPoint(-2000, -2000), QPoint(3000, 0), QPoint(0, 3000)}) {
+            form->ResDisplayPic_MouseDown(0, 0);
+            form->ResDisplayPic_MouseMove(by.x(), by.y());
+            const QRegion shown = form->ResDisplayPic->mask().translated(form->ResDisplayPic->pos());
+            for (QWidget* other : {static_cast<QWidget*>(form->DRSFilesList), static_cast<QWidget*>(form->FrameScroll),
+                                   static_cast<QWidget*>(form->PictureStatusText), static_cast<QWidget*>(form->DRSFileLabel2)})
+                QVERIFY(!shown.intersects(other->geometry()));
+            QVERIFY(!shown.isEmpty() || by.x() > 0 || by.y() > 0);
+            form->ResDisplayPic_MouseUp(0, 0);
+        }
     }
 };
 
