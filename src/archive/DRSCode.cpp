@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "archive/TempFiles.h"
+#include "slp/SLPCodeNew.h"
 #include "shell/Files.h"
 
 namespace {
@@ -122,6 +123,34 @@ CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host) {
     }
 
     DRSCatalogue = std::move(catalogue);
+    host.ClearList();
+    host.SetListVisible(false);
+    host.AddListRows(rows);
+    host.SetListVisible(true);
+    return {CatalogueBuilt, {}};
+}
+
+CatalogueResult ReadSpriteCatalogue(ReadOnlyFile& file, const std::string& rowText, Host& host) {
+    const auto notASprite = [](std::string detail) { return CatalogueResult{CatalogueRefused, std::move(detail)}; };
+    std::array<uint8_t, 28> magic{};
+    const std::string_view start(reinterpret_cast<const char*>(magic.data()), file.ReadAt(0, magic));
+    if (start == Magic2001 || start == Magic1997) return notASprite("an archive");
+    if (file.Size() >= EntrySizeLimit) return notASprite("larger than an entry Brindle copies");
+
+    SLPFile sprite;
+    sprite.Bytes.resize(static_cast<size_t>(file.Size()));
+    if (file.ReadAt(0, sprite.Bytes) != sprite.Bytes.size()) return notASprite("cannot be read");
+    SLPHeader header;
+    std::vector<SLPFrameInfo> frames;
+    if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) return notASprite(read.Detail);
+    cDIBSection image, mask;
+    QuietHost nobody;
+    if (const DecodeResult decoded = DecodeSLPFrame(sprite, frames[0], image, mask, false, nobody); decoded.Code != DecodeFinished) {
+        return notASprite("its first frame does not decode: " + decoded.Detail);
+    }
+
+    DRSCatalogue = {CatalogueRow{}, CatalogueRow{0, 0, static_cast<int32_t>(file.Size()), {}}};
+    const ListRow rows[] = {{"--SLP (1)--", KindHeading}, {rowText, KindSLP}};
     host.ClearList();
     host.SetListVisible(false);
     host.AddListRows(rows);

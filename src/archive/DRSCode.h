@@ -74,6 +74,13 @@ struct [[nodiscard]] CatalogueResult {
 // table, a row per entry. On any code but CatalogueBuilt, DRSCatalogue and the list are untouched.
 CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host);
 
+// A file that is no archive of either flavour but a sprite, shown as an archive of one entry: the list
+// gets the heading "--SLP (1)--" and one SLP row of that text, the catalogue one row for the whole
+// file (ID 0). A sprite is a file whose header and frame table lie inside it and whose first frame
+// decodes whole. Anything else is CatalogueRefused, with DRSCatalogue and the list untouched, and
+// nothing asked.
+CatalogueResult ReadSpriteCatalogue(ReadOnlyFile& file, const std::string& rowText, Host& host);
+
 // The fourth, third and second character of a table tag, upper-cased: "nibX"... reads "BIN".
 std::string ReverseTypeTag(std::string_view tag);
 

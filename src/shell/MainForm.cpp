@@ -113,7 +113,7 @@ MainForm::MainForm(Platform platform)
     CreateMenus();
 
     MainComDlg.DialogTitle = "Select DRS file to open";
-    MainComDlg.Filter = "DRS files (*.drs)|*.drs|All files (*.*)|*.*";
+    MainComDlg.Filter = OpenFilter;
     ComDlg.DialogTitle = "Save image as...";
     ComDlg.Filter = "BMP file (*.bmp)|*.bmp|All files (*.*)|*.*";
     PalComDlg.DialogTitle = "Use palette...";
@@ -502,12 +502,12 @@ void MainForm::menu_help_about_Click() {
 void MainForm::menu_file_open_Click() {
     SetStatusText("Opening file...");
     MainComDlg.DialogTitle = "Select DRS file to open";
-    MainComDlg.Filter = "DRS files (*.drs)|*.drs|All files (*.*)|*.*";
+    MainComDlg.Filter = OpenFilter;
     if (!platform_.Dialogs.ShowOpen(MainComDlg)) return;
     const std::string chosen = MainComDlg.FileName;
     std::error_code error;
     if (chosen.empty() || !std::filesystem::is_regular_file(chosen, error)) return;
-    OpenArchive(chosen);
+    OpenArchive(chosen, MainComDlg.FilterIndex == SpriteFilterIndex);
 }
 
 bool MainForm::OpenFromOutside(const std::string& path) {
@@ -527,11 +527,11 @@ bool MainForm::OpenFromOutside(const std::string& path) {
     }
     SetStatusText("Opening file...");
     MainComDlg.FileName = name;
-    OpenArchive(name);
+    OpenArchive(name, true);  // a sprite from the file manager opens by itself
     return DRSFileOpen;
 }
 
-void MainForm::OpenArchive(const std::string& chosen) {
+void MainForm::OpenArchive(const std::string& chosen, bool spritesToo) {
     StopAnimation();
     CloseArchive();
     DRSFileOpen = true;
@@ -539,15 +539,18 @@ void MainForm::OpenArchive(const std::string& chosen) {
     SetCaption(DRSFileLabel2, BaseNameOfPath(DRSFilePath));
 
     bool opened = DRSFileNumber.Open(DRSFilePath);
+    bool sprite = false;
     if (opened) {
         SetStatusText("Analysing file...");
-        opened = ReadDRSCatalogue(DRSFileNumber, *this).Code == CatalogueBuilt;
+        sprite = spritesToo && ReadSpriteCatalogue(DRSFileNumber, BaseNameOfPath(DRSFilePath), *this).Code == CatalogueBuilt;
+        opened = sprite || ReadDRSCatalogue(DRSFileNumber, *this).Code == CatalogueBuilt;
     }
     if (opened) {
         SetEnabled(menu_extract_all, true);
         SetEnabled(menu_extract_folder, true);
         SetEnabled(menu_extract_file, false);
         SetStatusText("");
+        if (sprite) DRSFilesList->SetListIndex(1);  // its one row, shown at once
         return;
     }
 

@@ -152,6 +152,9 @@ public:
     // The filter behind the design's two of PalComDlg: a file chosen under it is read by its content.
     static constexpr std::string_view OtherPalettesFilter = "Palettes of other programs (*.gpl *.act *.pal)|*.gpl;*.act;*.pal";
     static constexpr int16_t OtherPalettesFilterIndex = 3;
+    // File > Open's filter: the design's two, then sprites, under which a sprite opens by itself.
+    static constexpr const char* OpenFilter = "DRS files (*.drs)|*.drs|All files (*.*)|*.*|SLP sprites (*.slp)|*.slp";
+    static constexpr int16_t SpriteFilterIndex = 3;
     CommonDialog ColourComDlg;
     CommonDialog FolderComDlg;  // the folder of "Extract all to folder..."
 
@@ -220,7 +223,9 @@ private:
     void SetCaption(QLabel* label, std::string_view text);  // the label takes the size of its text
     void RefreshImage(bool Force);
     void CloseArchive();
-    void OpenArchive(const std::string& chosen);  // File > Open from the name on: the three outcomes
+    // File > Open from the name on: the three outcomes. With spritesToo, a file that is no archive but a
+    // sprite opens as an archive of that one sprite, selected, without the design's question.
+    void OpenArchive(const std::string& chosen, bool spritesToo);
     void ShowPreviewText(int32_t id, const std::string& path);
     CatalogueRow* SelectedRow();  // the catalogue row of the list's selection; null when none is selected
     bool AskImageFileName(const char* filter);  // ComDlg's save form; false when there is no name to save to

@@ -107,6 +107,40 @@ private slots:
         QCOMPARE(form->DRSFilePath, archivePath);
     }
 
+    // A sprite named from outside, or chosen under "SLP sprites", opens as an archive of itself, shown at
+    // once; under the design's filter, and for a file that is no sprite, the design's question stays.
+    void aSpriteOpensByItself() {
+        WriteFileBytes(At("walker.slp"), walker);
+        WriteFileBytes(At("odd.slp"), broken);  // cut inside its frame table: no sprite
+        auto opensAsSprite = [&](const std::function<void()>& open) {
+            desktop->Boxes.clear();
+            open();
+            QVERIFY(form->DRSFileOpen && desktop->Boxes.empty());
+            QCOMPARE(form->DRSFilesList->ListCount(), 2);
+            QCOMPARE(form->DRSFilesList->List(0) + "|" + form->DRSFilesList->List(1), "--SLP (1)--|walker");
+            QCOMPARE(form->DRSFilesList->ListIndex(), 1);
+            QCOMPARE(FrameCaption(), "Showing frame 1 of 3");
+            QCOMPARE(form->ResDisplayPic->Picture().size(), QSize(4, 3));
+        };
+        opensAsSprite([&] { form->OpenFromOutside(At("walker.slp")); });
+        opensAsSprite([&] {
+            desktop->FilterAnswers.push_back(MainForm::SpriteFilterIndex);
+            Open(At("walker.slp"));
+        });
+        QCOMPARE(desktop->DialogsShown.back().Filter, std::string(MainForm::OpenFilter));
+        desktop->FileAnswers.push_back(At("copy.slp"));  // Extract this file... copies the sprite
+        form->menu_extract_file->trigger();
+        QCOMPARE(ReadFileBytes(At("copy.slp")), walker);
+
+        for (const std::function<void()>& open : std::initializer_list<std::function<void()>>{
+                 [&] { desktop->FilterAnswers.push_back(1), Open(At("walker.slp")); }, [&] { form->OpenFromOutside(At("odd.slp")); }}) {
+            desktop->Boxes.clear();
+            open();
+            QCOMPARE(desktop->Boxes.front().Text, std::string(InvalidFormatQuestion));
+            QVERIFY(form->DRSFilesList->ListIndex() != 1 || form->DRSFilesList->List(0) != "--SLP (1)--");
+        }
+    }
+
     void selectionShowsEachKind() {
         const std::string notice = R"({\rtf1{\colortbl ;\red255\green0\blue0;}\cf1 )";
         // The row, whether the text or the sprite shows, whether Extract takes the file and the palette, the text.

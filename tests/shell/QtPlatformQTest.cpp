@@ -6,7 +6,6 @@
 #include <QColorDialog>
 #include <QComboBox>
 #include <QFileDialog>
-#include <QLineEdit>
 #include <QMessageBox>
 #include <QTest>
 #include <QTimer>
@@ -53,7 +52,7 @@ class QtPlatformTest : public QObject, public WindowFixture {
                 types->setCurrentIndex(picked);
                 emit types->activated(picked);
             }
-            dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(QString::fromStdString(name));
+            dialog->selectFile(QString::fromStdString(name));  // the name typed, no other file selected
             QMetaObject::invokeMethod(dialog, "accept");  // as its button does
         }
     }
@@ -109,6 +108,14 @@ private slots:
         answers = {{"", At("all")}};
         form->menu_extract_folder->trigger();
         QVERIFY(std::filesystem::exists(At("all/01-SLP/1000.slp")));
+        QCOMPARE(boxes.size(), size_t{1});
+
+        // File > Open under "SLP sprites": the sprite by itself, shown at once.
+        WriteFileBytes(At("walker.slp"), walker);
+        answers = {{"SLP sprites", At("walker.slp")}};
+        form->menu_file_open->trigger();
+        QCOMPARE(form->DRSFilesList->List(1), "walker");
+        QCOMPARE(form->ResDisplayPic->Picture().size(), QSize(4, 3));
         QCOMPARE(boxes.size(), size_t{1});
         QVERIFY(answers.empty());
     }
