@@ -439,7 +439,8 @@ ImageFormat ImageFormatOf(const std::string& name) {
 }
 
 ImageExportOptions ImageOptionsOf(const Options& options) {
-    return {{options.ShadowAlpha, options.Outlines, options.Player}, options.Fps, options.Frame, options.Players};
+    return {{options.ShadowAlpha, options.Outlines, options.Player}, options.Fps, options.Frame, options.Players,
+            options.SheetLayout == "hash"};
 }
 
 int RunExport(const Options& options) {
@@ -447,6 +448,10 @@ int RunExport(const Options& options) {
     const ImageExportOptions settings = ImageOptionsOf(options);
     if (options.Frame != 0 && format != ImageFormat::Png) return Usage(options, "--frame goes with --format png");
     if (options.Players && format != ImageFormat::Sheet) return Usage(options, "--players goes with --format sheet");
+    if (!options.SheetLayout.empty() && format != ImageFormat::Sheet) return Usage(options, "--sheet-layout goes with --format sheet");
+    if (format == ImageFormat::Sheet && !SheetNameFits(options.Out)) {
+        return Usage(options, "a sheet is written as NAME.png and NAME.json: give OUT with .png, .json or no extension");
+    }
     Outputs outputs(options.Command, options.NoClobber);
     SLPFile sprite;
     std::string name;

@@ -30,6 +30,7 @@ struct Options {
     std::string Format;                   // png, apng, gif, sheet; convert also bmp
     int Fps = 10;
     bool Players = false;                 // export --players: a sheet of every team
+    std::string SheetLayout;              // hash or array (the default); empty when not given
     int ShadowAlpha = 128;
     bool Outlines = false;
     int Jobs = 0;                         // 0: one a core

@@ -94,6 +94,7 @@ bool ConvertOne(const Options& options, const Job& job, const SLPFile& sprite, c
 }  // namespace
 
 int RunConvert(const Options& options) {
+    if (!options.SheetLayout.empty() && options.Format != "sheet") return Usage(options, "--sheet-layout goes with --format sheet");
     CliHost host(options.Force);
     ReadOnlyFile archive;
     Outputs archiveOnly(options.Command, false);
