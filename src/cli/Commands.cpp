@@ -29,6 +29,8 @@
 
 namespace fs = std::filesystem;
 
+const std::string GifPaceLimit = "GIF plays at most " + std::to_string(MaxGifFps) + " frames a second";
+
 int Usage(const Options& options, const std::string& reason) {
     Complain(options.Command, "", reason + " (see brindle-cli " + options.Command + " --help)");
     return ExitUsage;
@@ -449,6 +451,7 @@ int RunExport(const Options& options) {
     if (options.Frame != 0 && format != ImageFormat::Png) return Usage(options, "--frame goes with --format png");
     if (options.Players && format != ImageFormat::Sheet) return Usage(options, "--players goes with --format sheet");
     if (!options.SheetLayout.empty() && format != ImageFormat::Sheet) return Usage(options, "--sheet-layout goes with --format sheet");
+    if (format == ImageFormat::Gif && options.Fps > MaxGifFps) return Usage(options, GifPaceLimit);
     if (format == ImageFormat::Sheet && !SheetNameFits(options.Out)) {
         return Usage(options, "a sheet is written as NAME.png and NAME.json: give OUT with .png, .json or no extension");
     }

@@ -55,6 +55,7 @@ struct ListRow;
 class CliHost;
 class Outputs;
 int Usage(const Options& options, const std::string& reason);
+extern const std::string GifPaceLimit;  // the usage error of a GIF asked to play too fast
 enum class ImageFormat;
 struct ImageExportOptions;
 ImageFormat ImageFormatOf(const std::string& name);

@@ -155,7 +155,7 @@ int main(int argc, char** argv) {
             ->required()
             ->check(CLI::IsMember(formats));
         AddPalette(command, options);
-        command->add_option("--fps", options.Fps, "Frames a second of an animation, and a sheet's durations (default 10)")
+        command->add_option("--fps", options.Fps, "Frames a second of an animation (GIF at most 50), and a sheet's durations (default 10)")
             ->check(CLI::Range(1, 100));
         command->add_option("--shadow-alpha", options.ShadowAlpha, "Opacity of shadows, 0 to 255 (default 128; 0 leaves them out)")
             ->check(CLI::Range(0, 255));

@@ -34,6 +34,7 @@ TEST_F(CliTest, AFailureSaysWhyInOneLineAndLeavesEveryFileAsItWas) {
         {"frame walk.slp 1 x --mask red", 2, "is written #RRGGBB"}, {"frame walk.slp 1 x --player 9", 2, "--player: Value "},
         {"export walk.slp - --format png", 2, "this format writes several files: give a name, not -"},
         {"export walk.slp x.gif --format gif --frame 2", 2, "brindle-cli: export: --frame goes with --format png"},
+        {"export walk.slp x.gif --format gif --fps 60", 2, "brindle-cli: export: GIF plays at most 50 frames a second"},
         {"export walk.slp x.gif --format sheet", 2, "a sheet is written as NAME.png and NAME.json: give OUT with .png, .json or no"},
         // Inputs that can't be read, and entries that aren't there.
         {"list folder", 1, "list: folder: Is a directory"}, {"list missing.drs", 1, "missing.drs: No such file or directory"},

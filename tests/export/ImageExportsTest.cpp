@@ -183,6 +183,18 @@ TEST_F(ImageExportTest, EveryFormatHoldsItsFramesByTheLayerTable) {
     }
 }
 
+// A GIF's delays are whole hundredths: at 7 frames a second frame n ends at the hundredth nearest n / 7
+// seconds, so eight frames last 114 hundredths where a steady 14 would lose a tenth of a second by then.
+TEST_F(ImageExportTest, GifFramesKeepTheirPaceInWholeHundredths) {
+    std::vector<FrameFixture> frames;
+    for (int i = 0; i < 8; ++i) frames.push_back(EncodeFrame(one, 1, 1));
+    sprite.Bytes = WriteSprite(frames);
+    std::vector<int> delays;
+    for (const GraphicsControlBlock& control : DecodeGif(Export(ImageFormat::Gif, {{}, 7, 0}, "walk.gif").at(0).Bytes).Controls)
+        delays.push_back(control.DelayTime);
+    EXPECT_EQ(delays, (std::vector<int>{14, 15, 14, 14, 14, 15, 14, 14}));
+}
+
 // A sheet holds the frames in rows no wider than about the square root of their area; with every team
 // eight rows, player 1's on top, each as tall as the tallest frame (3) and the frames side by side.
 TEST_F(ImageExportTest, SheetsHoldEveryFrameWhereTheirJsonSays) {
