@@ -72,6 +72,15 @@ bool LoadPaletteFile(const std::string& command, const std::string& path, CliHos
     return loaded.State == PaletteLoad::Loaded;
 }
 
+// Whether the frame the command line names is one of the sprite's; a number beyond them is a usage
+// error, said in a line that gives the frames there are.
+bool FrameInRange(const Options& options, const std::string& name, const std::vector<SLPFrameInfo>& frames) {
+    if (options.Frame >= 1 && static_cast<size_t>(options.Frame) <= frames.size()) return true;
+    Complain(options.Command, name, "has frames 1 to " + std::to_string(frames.size()) + "; there is no frame " +
+                                        std::to_string(options.Frame) + " (see brindle-cli " + options.Command + " --help)");
+    return false;
+}
+
 // A sprite in memory with its frame table read, or false after a line that says why not.
 bool OpenSprite(const Options& options, Outputs& outputs, SLPFile& sprite, std::string& name, std::vector<SLPFrameInfo>& frames) {
     if (!LoadSprite(options.Command, options.Source, options.IDs, options.Table, options.Force, outputs, sprite, name)) {
@@ -358,11 +367,7 @@ int RunFrame(const Options& options) {
     std::string name;
     std::vector<SLPFrameInfo> frames;
     if (!OpenSprite(options, outputs, sprite, name, frames)) return ExitFailed;
-    if (options.Frame < 1 || static_cast<size_t>(options.Frame) > frames.size()) {
-        Complain(options.Command, name, "has frames 1 to " + std::to_string(frames.size()) + "; there is no frame " +
-                                            std::to_string(options.Frame));
-        return ExitFailed;
-    }
+    if (!FrameInRange(options, name, frames)) return ExitUsage;
     CliHost host;
     if (!PrepareColours(options, host, outputs)) return ExitFailed;
     cDIBSection image, mask;
@@ -461,6 +466,7 @@ int RunExport(const Options& options) {
     std::vector<SLPFrameInfo> frames;
     CliHost host;
     if (!OpenSprite(options, outputs, sprite, name, frames) || !PrepareColours(options, host, outputs)) return ExitFailed;
+    if (options.Frame != 0 && !FrameInRange(options, name, frames)) return ExitUsage;
     const std::vector<std::string> names = ImageExportNames(format, settings, options.Out, int32_t(frames.size()));
     if (options.Out == "-" && names.size() > 1) return Usage(options, "this format writes several files: give a name, not -");
     for (const std::string& path : names)
@@ -536,7 +542,8 @@ int RunThumbnail(const Options& options) {
 
     SLPFile sprite;
     sprite.Path = options.Source;
-    if (start == Magic2001 || start == Magic1997) {
+    const bool archived = start == Magic2001 || start == Magic1997;
+    if (archived) {
         if (options.Source == "-") archive.OpenBytes("standard input", std::move(bytes));
         CliHost host;
         if (ReadDRSCatalogue(archive, host).Code != CatalogueBuilt) {
@@ -567,6 +574,14 @@ int RunThumbnail(const Options& options) {
         }
     }
 
+    // A file manager hands over any file: one whose header no sprite could have is named for what it is
+    // not, rather than for the frame table a sound or a picture would cut off.
+    SLPHeader header;
+    std::vector<SLPFrameInfo> frames;
+    if (!archived && !ParseSLPHeaders(sprite, header, frames)) {
+        Complain(options.Command, options.Source == "-" ? "standard input" : options.Source, "not a sprite or an archive");
+        return ExitFailed;
+    }
     CliHost host;
     ResetColourChoices();
     (void)LoadPalette("", host);
