@@ -29,6 +29,8 @@
 
 namespace fs = std::filesystem;
 
+const std::string GifPaceLimit = "GIF plays at most " + std::to_string(MaxGifFps) + " frames a second";
+
 int Usage(const Options& options, const std::string& reason) {
     Complain(options.Command, "", reason + " (see brindle-cli " + options.Command + " --help)");
     return ExitUsage;
@@ -68,6 +70,15 @@ bool LoadPaletteFile(const std::string& command, const std::string& path, CliHos
         Complain(command, name, loaded.Detail.starts_with("cannot open") ? UnreadableReason(path) : ReasonOf(loaded.Detail, name));
     }
     return loaded.State == PaletteLoad::Loaded;
+}
+
+// Whether the frame the command line names is one of the sprite's; a number beyond them is a usage
+// error, said in a line that gives the frames there are.
+bool FrameInRange(const Options& options, const std::string& name, const std::vector<SLPFrameInfo>& frames) {
+    if (options.Frame >= 1 && static_cast<size_t>(options.Frame) <= frames.size()) return true;
+    Complain(options.Command, name, "has frames 1 to " + std::to_string(frames.size()) + "; there is no frame " +
+                                        std::to_string(options.Frame) + " (see brindle-cli " + options.Command + " --help)");
+    return false;
 }
 
 // A sprite in memory with its frame table read, or false after a line that says why not.
@@ -356,11 +367,7 @@ int RunFrame(const Options& options) {
     std::string name;
     std::vector<SLPFrameInfo> frames;
     if (!OpenSprite(options, outputs, sprite, name, frames)) return ExitFailed;
-    if (options.Frame < 1 || static_cast<size_t>(options.Frame) > frames.size()) {
-        Complain(options.Command, name, "has frames 1 to " + std::to_string(frames.size()) + "; there is no frame " +
-                                            std::to_string(options.Frame));
-        return ExitFailed;
-    }
+    if (!FrameInRange(options, name, frames)) return ExitUsage;
     CliHost host;
     if (!PrepareColours(options, host, outputs)) return ExitFailed;
     cDIBSection image, mask;
@@ -439,7 +446,8 @@ ImageFormat ImageFormatOf(const std::string& name) {
 }
 
 ImageExportOptions ImageOptionsOf(const Options& options) {
-    return {{options.ShadowAlpha, options.Outlines, options.Player}, options.Fps, options.Frame, options.Players};
+    return {{options.ShadowAlpha, options.Outlines, options.Player}, options.Fps, options.Frame, options.Players,
+            options.SheetLayout == "hash"};
 }
 
 int RunExport(const Options& options) {
@@ -447,12 +455,18 @@ int RunExport(const Options& options) {
     const ImageExportOptions settings = ImageOptionsOf(options);
     if (options.Frame != 0 && format != ImageFormat::Png) return Usage(options, "--frame goes with --format png");
     if (options.Players && format != ImageFormat::Sheet) return Usage(options, "--players goes with --format sheet");
+    if (!options.SheetLayout.empty() && format != ImageFormat::Sheet) return Usage(options, "--sheet-layout goes with --format sheet");
+    if (format == ImageFormat::Gif && options.Fps > MaxGifFps) return Usage(options, GifPaceLimit);
+    if (format == ImageFormat::Sheet && !SheetNameFits(options.Out)) {
+        return Usage(options, "a sheet is written as NAME.png and NAME.json: give OUT with .png, .json or no extension");
+    }
     Outputs outputs(options.Command, options.NoClobber);
     SLPFile sprite;
     std::string name;
     std::vector<SLPFrameInfo> frames;
     CliHost host;
     if (!OpenSprite(options, outputs, sprite, name, frames) || !PrepareColours(options, host, outputs)) return ExitFailed;
+    if (options.Frame != 0 && !FrameInRange(options, name, frames)) return ExitUsage;
     const std::vector<std::string> names = ImageExportNames(format, settings, options.Out, int32_t(frames.size()));
     if (options.Out == "-" && names.size() > 1) return Usage(options, "this format writes several files: give a name, not -");
     for (const std::string& path : names)
@@ -528,7 +542,8 @@ int RunThumbnail(const Options& options) {
 
     SLPFile sprite;
     sprite.Path = options.Source;
-    if (start == Magic2001 || start == Magic1997) {
+    const bool archived = start == Magic2001 || start == Magic1997;
+    if (archived) {
         if (options.Source == "-") archive.OpenBytes("standard input", std::move(bytes));
         CliHost host;
         if (ReadDRSCatalogue(archive, host).Code != CatalogueBuilt) {
@@ -559,6 +574,14 @@ int RunThumbnail(const Options& options) {
         }
     }
 
+    // A file manager hands over any file: one whose header no sprite could have is named for what it is
+    // not, rather than for the frame table a sound or a picture would cut off.
+    SLPHeader header;
+    std::vector<SLPFrameInfo> frames;
+    if (!archived && !ParseSLPHeaders(sprite, header, frames)) {
+        Complain(options.Command, options.Source == "-" ? "standard input" : options.Source, "not a sprite or an archive");
+        return ExitFailed;
+    }
     CliHost host;
     ResetColourChoices();
     (void)LoadPalette("", host);

@@ -30,6 +30,7 @@ struct Options {
     std::string Format;                   // png, apng, gif, sheet; convert also bmp
     int Fps = 10;
     bool Players = false;                 // export --players: a sheet of every team
+    std::string SheetLayout;              // hash or array (the default); empty when not given
     int ShadowAlpha = 128;
     bool Outlines = false;
     int Jobs = 0;                         // 0: one a core
@@ -54,6 +55,7 @@ struct ListRow;
 class CliHost;
 class Outputs;
 int Usage(const Options& options, const std::string& reason);
+extern const std::string GifPaceLimit;  // the usage error of a GIF asked to play too fast
 enum class ImageFormat;
 struct ImageExportOptions;
 ImageFormat ImageFormatOf(const std::string& name);

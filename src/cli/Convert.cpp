@@ -17,6 +17,7 @@
 #include "cli/Inputs.h"
 #include "cli/Outputs.h"
 #include "export/ImageExports.h"
+#include "export/ImageFiles.h"
 #include "export/SLPExports.h"
 #include "shell/Functions.h"
 
@@ -94,6 +95,8 @@ bool ConvertOne(const Options& options, const Job& job, const SLPFile& sprite, c
 }  // namespace
 
 int RunConvert(const Options& options) {
+    if (!options.SheetLayout.empty() && options.Format != "sheet") return Usage(options, "--sheet-layout goes with --format sheet");
+    if (options.Format == "gif" && options.Fps > MaxGifFps) return Usage(options, GifPaceLimit);
     CliHost host(options.Force);
     ReadOnlyFile archive;
     Outputs archiveOnly(options.Command, false);

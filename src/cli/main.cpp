@@ -155,10 +155,13 @@ int main(int argc, char** argv) {
             ->required()
             ->check(CLI::IsMember(formats));
         AddPalette(command, options);
-        command->add_option("--fps", options.Fps, "Frames a second of an animation, and a sheet's durations (default 10)")
+        command->add_option("--fps", options.Fps, "Frames a second of an animation (GIF at most 50), and a sheet's durations (default 10)")
             ->check(CLI::Range(1, 100));
         command->add_option("--shadow-alpha", options.ShadowAlpha, "Opacity of shadows, 0 to 255 (default 128; 0 leaves them out)")
             ->check(CLI::Range(0, 255));
+        command->add_option("--sheet-layout", options.SheetLayout,
+                            "With sheet: the JSON's frames as a list (array, the default) or an object keyed by name (hash)")
+            ->check(CLI::IsMember({"hash", "array"}));
         command->add_flag("--outlines", options.Outlines, "Draw the outlines, opaque: inner pure blue, outer yellow");
         AddPlayer(command, options);
         AddNoClobber(command, options);
@@ -167,7 +170,8 @@ int main(int argc, char** argv) {
 
     CLI::App* exportImages = app.add_subcommand("export", "Export a sprite as PNG, animated PNG or GIF, or a sprite sheet with JSON");
     exportImages->add_option("SPRITE", options.Source, "SLP file (- reads standard input), or the archive with --id")->required();
-    exportImages->add_option("OUT", options.Out, "File to write; png without --frame and sheet write more beside it (- is standard output)")
+    exportImages->add_option("OUT", options.Out, "File to write; png without --frame writes a numbered sequence, sheet NAME.png and NAME.json "
+                                                    "(OUT ends in .png, .json or nothing) (- is standard output)")
         ->required();
     AddEntryChoice(exportImages, options, "Read the sprite of this ID from the archive given as SPRITE");
     exportImages->add_option("--frame", options.Frame, "With png: this frame alone, at its own size")->check(CLI::PositiveNumber);
@@ -177,7 +181,7 @@ int main(int argc, char** argv) {
     AddKeepGoing(exportImages, options);
     exportImages->footer("Examples: brindle-cli export walker.slp walk.png --format png        (walk001.png, walk002.png, ...)\n"
                          "          brindle-cli export demo.drs --id 1000 walk.gif --format gif --fps 12\n"
-                         "          brindle-cli export walker.slp walk.png --format sheet     (walk.png and walk.json)\n"
+                         "          brindle-cli export walker.slp walk --format sheet         (walk.png and walk.json)\n"
                          "          brindle-cli export walker.slp teams.png --format sheet --players");
 
     CLI::App* convert = app.add_subcommand("convert", "Export every sprite of an archive, on every core");

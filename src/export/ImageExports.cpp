@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstring>
 
@@ -12,6 +13,18 @@
 namespace {
 
 std::string SheetJsonName(const std::string& out) { return ExportBasePath(out) + ".json"; }
+
+// The extension of out's file, lower case, without its dot; empty when it has none.
+std::string ExtensionOf(const std::string& out) {
+    const std::string file = FileOfPath(out);
+    const size_t dot = file.rfind('.');
+    std::string extension = dot == std::string::npos ? std::string() : file.substr(dot + 1);
+    for (char& c : extension) c = char(std::tolower(static_cast<unsigned char>(c)));
+    return extension;
+}
+
+// The window's dialog hands back NAME.png, in whatever case was typed: that name is kept.
+std::string SheetPngName(const std::string& out) { return ExtensionOf(out) == "png" ? out : ExportBasePath(out) + ".png"; }
 
 nlohmann::ordered_json Rect(int64_t x, int64_t y, int64_t w, int64_t h) { return {{"x", x}, {"y", y}, {"w", w}, {"h", h}}; }
 nlohmann::ordered_json Size(int64_t w, int64_t h) { return {{"w", w}, {"h", h}}; }
@@ -39,7 +52,11 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
     RgbaPicture sheet, frame;
     sheet.Resize(std::max(layout.Width, 1), std::max(layout.Height, 1));
     const std::string base = FileOfPath(ExportBasePath(out));
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    nlohmann::ordered_json list = options.SheetHash ? nlohmann::ordered_json::object() : nlohmann::ordered_json::array();
+    // Every frame's hot spot stands at the same place of the canvas; engines take it as a fraction of
+    // the untrimmed frame (sourceSize): Phaser as "pivot", PixiJS as "anchor".
+    const nlohmann::ordered_json pivot = {{"x", double(-canvas.MinX) / double(canvas.Width())},
+                                          {"y", double(-canvas.MinY) / double(canvas.Height())}};
     RgbaOptions rgba = options.Rgba;
     const size_t cells = layout.Places.size();  // a frame's cell for each team drawn
     for (size_t cell = 0; cell < cells; ++cell) {
@@ -58,22 +75,28 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
         const SLPFrameInfo& info = frames[size_t(number - 1)];
         const int64_t onCanvasX = -canvas.MinX - info.HotspotX, onCanvasY = -canvas.MinY - info.HotspotY;
         const bool trimmed = onCanvasX != 0 || onCanvasY != 0 || frame.Width != canvas.Width() || frame.Height != canvas.Height();
-        list.push_back({{"filename", name + PadFrameNumber(number)},
-                        {"frame", Rect(x, y, frame.Width, frame.Height)},
-                        {"rotated", false},
-                        {"trimmed", trimmed},
-                        {"spriteSourceSize", Rect(onCanvasX, onCanvasY, frame.Width, frame.Height)},
-                        {"sourceSize", Size(canvas.Width(), canvas.Height())},
-                        {"duration", std::lround(1000.0 / std::clamp(options.Fps, 1, 1000))},
-                        {"hotspot", {{"x", info.HotspotX}, {"y", info.HotspotY}}}});
+        name += PadFrameNumber(number);
+        nlohmann::ordered_json entry = nlohmann::ordered_json::object();
+        if (!options.SheetHash) entry["filename"] = name;  // a hash names it by its key
+        entry["frame"] = Rect(x, y, frame.Width, frame.Height);
+        entry["rotated"] = false;
+        entry["trimmed"] = trimmed;
+        entry["spriteSourceSize"] = Rect(onCanvasX, onCanvasY, frame.Width, frame.Height);
+        entry["sourceSize"] = Size(canvas.Width(), canvas.Height());
+        entry["pivot"] = pivot;
+        entry["anchor"] = pivot;
+        entry["duration"] = std::lround(1000.0 / std::clamp(options.Fps, 1, 1000));
+        entry["hotspot"] = {{"x", info.HotspotX}, {"y", info.HotspotY}};
+        if (options.SheetHash) list[name] = std::move(entry);
+        else list.push_back(std::move(entry));
     }
     nlohmann::ordered_json json;
     json["frames"] = std::move(list);
     json["meta"] = {{"app", "brindle"},        {"version", BRINDLE_VERSION},
-                    {"image", FileOfPath(out)}, {"format", "RGBA8888"},
+                    {"image", FileOfPath(SheetPngName(out))}, {"format", "RGBA8888"},
                     {"size", Size(sheet.Width, sheet.Height)}, {"scale", "1"}};
 
-    NamedFile png{out, {}};
+    NamedFile png{SheetPngName(out), {}};
     if (Outcome encoded = EncodePng(sheet, png.Bytes); !encoded) return encoded;
     const std::string text = json.dump(1, '\t') + "\n";
     files.push_back(std::move(png));
@@ -143,9 +166,14 @@ std::vector<std::string> ImageExportNames(ImageFormat format, const ImageExportO
         for (int32_t i = 1; i <= frameCount; ++i) names.push_back(ExportBasePath(out) + PadFrameNumber(i) + ".png");
         return names;
     }
-    case ImageFormat::Sheet: return {out, SheetJsonName(out)};
+    case ImageFormat::Sheet: return {SheetPngName(out), SheetJsonName(out)};
     default: return {out};
     }
+}
+
+bool SheetNameFits(const std::string& out) {
+    const std::string extension = ExtensionOf(out);
+    return extension.empty() || extension == "png" || extension == "json";
 }
 
 Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExportOptions& options, const std::string& out,

@@ -19,6 +19,7 @@ struct ImageExportOptions {
     int Fps = 10;         // animations and the sheet's durations
     int32_t Frame = 0;    // Png: this frame alone at its own size; 0 for the sequence on the canvas
     bool AllPlayers = false;  // Sheet: the frames once for each team, in place of Rgba.Player's alone
+    bool SheetHash = false;   // Sheet: "frames" an object keyed by the frames' names, in place of a list
 };
 
 // The widest and tallest sheet written, in pixels.
@@ -31,10 +32,14 @@ struct NamedFile {
 
 // The names an export writes for the name `out` (base: `out` without its extension):
 // Png of one frame: out. Png: base + "001.png", base + "002.png", ... Apng, Gif: out.
-// Sheet: out, and base + ".json". Its JSON names frame n "<base>_nnn", or with AllPlayers the frame of
-// player p "<base>_p<p>_nnn".
+// Sheet: base + ".png" (out itself when it ends in .png, in any case), and base + ".json". Its JSON
+// names frame n "<base>_nnn", or with AllPlayers the frame of player p "<base>_p<p>_nnn".
 std::vector<std::string> ImageExportNames(ImageFormat format, const ImageExportOptions& options, const std::string& out,
                                           int32_t frameCount);
+
+// Whether a sheet can be written for the name `out`: it ends in .png or .json, in any case, or has no
+// extension. Another one would stand for a file the sheet does not write.
+bool SheetNameFits(const std::string& out);
 
 // Builds the files of the export, in the order of ImageExportNames. notes gets what a caller should
 // pass on although the export succeeded (colours a GIF frame had to merge).

@@ -128,7 +128,7 @@ struct GifWriter::Impl {
     GifFileType* Gif = nullptr;
     std::vector<uint8_t> Bytes;
     int32_t Width = 0, Height = 0;
-    int Delay = 10;  // hundredths of a second
+    int64_t Fps = 10;
     int32_t Frames = 0;
     std::string Error;
 
@@ -156,7 +156,7 @@ int Distance(uint32_t a, uint32_t b) {
 GifWriter::GifWriter(int32_t width, int32_t height, int fps) : impl_(new Impl) {
     impl_->Width = width;
     impl_->Height = height;
-    impl_->Delay = std::max(1, int(std::lround(100.0 / std::clamp(fps, 1, 100))));
+    impl_->Fps = std::clamp(fps, 1, MaxGifFps);
     int error = 0;
     impl_->Gif = EGifOpen(impl_, &Impl::Write, &error);
     if (!impl_->Gif) {
@@ -214,7 +214,9 @@ Outcome GifWriter::Add(const RgbaPicture& frame) {
     GraphicsControlBlock control{};
     control.DisposalMode = DISPOSE_BACKGROUND;
     control.UserInputFlag = false;
-    control.DelayTime = impl_->Delay;
+    // The hundredth nearest the end of frame n, halves rounded up: 7 a second gives 14, 15, 14, 14, ...
+    const auto endOf = [fps = impl_->Fps](int64_t n) { return (200 * n + fps) / (2 * fps); };
+    control.DelayTime = int(endOf(impl_->Frames) - endOf(impl_->Frames - 1));
     control.TransparentColor = TransparentIndex;
     GifByteType extension[4];
     const size_t length = EGifGCBToExtension(&control, extension);

@@ -28,8 +28,12 @@ private:
     std::vector<uint8_t> png_;
 };
 
-// Frames of one size, fps times a second, looping forever, each cleared to the background before the
-// next. A pixel with alpha below 128 is transparent; the others are opaque in their colour. Colours
+// A GIF's delays are whole hundredths, and browsers slow those under 2 to a tenth of a second.
+inline constexpr int MaxGifFps = 50;
+
+// Frames of one size, fps times a second (1 to MaxGifFps), looping forever, each cleared to the background before the
+// next. Each delay is whole hundredths, chosen so that frame n ends at the hundredth nearest n / fps
+// seconds: the film keeps its pace however long it runs. A pixel with alpha below 128 is transparent; the others are opaque in their colour. Colours
 // are exact while a frame has at most 255 of them; beyond that the rarest are drawn in the nearest
 // colour kept, and Notes says so.
 class GifWriter {

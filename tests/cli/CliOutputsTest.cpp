@@ -21,6 +21,7 @@ TEST_F(CliTest, AFailureSaysWhyInOneLineAndLeavesEveryFileAsItWas) {
     WriteFileBytes(dir / "12.bin", archive);  // an archive under the name of its entry's file
     fs::copy_file(dir / "walk.slp", dir / "w002.bmp");  // a sprite under the name of a sequence's second file
     WriteFileText(dir / "entry.bin", "before");
+    WriteFileBytes(dir / "sound.wav", WriteWavTone(22050, 0.01, 440));  // its RIFF size read as frames whose table is cut off
     fs::create_directory(dir / "folder");
     fs::create_symlink("../walk.slp", dir / "folder/l.slp");
     const auto before = FilesUnder(dir.Path());
@@ -32,8 +33,14 @@ TEST_F(CliTest, AFailureSaysWhyInOneLineAndLeavesEveryFileAsItWas) {
         {"list test.drs --wide", 2, "brindle-cli: list: The following argument was not expected: --wide (see brindle-cli list --help)"},
         {"extract test.drs notanumber x", 2, "brindle-cli: extract: ROW is a number from the list, not notanumber (see brindle-cli extract --help)"},
         {"frame walk.slp 1 x --mask red", 2, "is written #RRGGBB"}, {"frame walk.slp 1 x --player 9", 2, "--player: Value "},
+        // A number out of range, whatever reads it.
+        {"frame walk.slp 0 x", 2, "walk.slp: has frames 1 to 3; there is no frame 0"}, {"frame walk.slp 4 x", 2, "has frames 1 to 3"},
+        {"export walk.slp x.png --format png --frame 9", 2, "has frames 1 to 3; there is no frame 9"},
+        {"export walk.slp x.gif --format gif --fps 0", 2, "--fps: Value 0 not in range"},
         {"export walk.slp - --format png", 2, "this format writes several files: give a name, not -"},
         {"export walk.slp x.gif --format gif --frame 2", 2, "brindle-cli: export: --frame goes with --format png"},
+        {"export walk.slp x.gif --format gif --fps 60", 2, "brindle-cli: export: GIF plays at most 50 frames a second"},
+        {"export walk.slp x.gif --format sheet", 2, "a sheet is written as NAME.png and NAME.json: give OUT with .png, .json or no"},
         // Inputs that can't be read, and entries that aren't there.
         {"list folder", 1, "list: folder: Is a directory"}, {"list missing.drs", 1, "missing.drs: No such file or directory"},
         {"list unknown.drs", 1, "brindle-cli: list: unknown.drs: not a DRS archive (use --force to read it anyway)"},
@@ -44,7 +51,8 @@ TEST_F(CliTest, AFailureSaysWhyInOneLineAndLeavesEveryFileAsItWas) {
         {"extract test.drs 0 x", 1, "is the heading of table SLP"}, {"extract test.drs --id 9 --table wav x", 1, "no table wav"},
         {"extract cut.drs 7 entry.bin", 1, "entry.bin: ID 12: the entry runs past the end of the archive"},
         {"info sprites.drs --id 1", 1, "brindle-cli: info: sprites.drs (ID 1): is not in a table of sprites (SLP)"},
-        {"frame walk.slp 4 x", 1, "has frames 1 to 3"}, {"thumbnail none.drs x 64", 1, "none.drs: holds no sprite"},
+        {"thumbnail none.drs x 64", 1, "none.drs: holds no sprite"},
+        {"thumbnail sound.wav x 64", 1, "brindle-cli: thumbnail: sound.wav: not a sprite or an archive"},
         {"frame walk.slp 1 x --palette walk.slp", 1, "walk.slp: Not valid palette file! " + std::string(KnownPaletteFormats)},
         // Damaged frames.
         {"info damaged.slp", 1, "brindle-cli: info: damaged.slp: frame 2: row 2: a player colour lies past the end"},

@@ -29,7 +29,8 @@ TEST_F(CliTest, EveryCommandWritesWhatItRead) {
         {"export walk.slp out/walk.png --format png", "", {"walk001.png", "walk002.png", "walk003.png"}},
         {"export walk.slp out/one.png --format png --frame 2", "", {"one.png"}},
         {"export walk.slp - --format gif --fps 5", "GIF89a"}, {"export walk.slp out/a.apng --format apng", "", {"a.apng"}},
-        {"export walk.slp out/sheet.png --format sheet --outlines --shadow-alpha 0", "", {"sheet.png", "sheet.json"}},
+        {"export walk.slp out/sheet --format sheet --outlines --shadow-alpha 0", "", {"sheet.png", "sheet.json"}},
+        {"export walk.slp out/walk.json --format sheet --sheet-layout hash", "", {"walk.png", "walk.json"}},
         {"thumbnail walk.slp - 10", png(8, 6)}, {"thumbnail big.slp - 128", png(char(128), 64)},  // twice; 300 x 150 shrunk
         {"thumbnail sprites.drs - 64", png(64, 48)},  // the archive's first sprite, 16 times
     };

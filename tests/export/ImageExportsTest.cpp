@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 
 #include "RecordingHost.h"
 #include "Writers.h"
@@ -182,6 +183,18 @@ TEST_F(ImageExportTest, EveryFormatHoldsItsFramesByTheLayerTable) {
     }
 }
 
+// A GIF's delays are whole hundredths: at 7 frames a second frame n ends at the hundredth nearest n / 7
+// seconds, so eight frames last 114 hundredths where a steady 14 would lose a tenth of a second by then.
+TEST_F(ImageExportTest, GifFramesKeepTheirPaceInWholeHundredths) {
+    std::vector<FrameFixture> frames;
+    for (int i = 0; i < 8; ++i) frames.push_back(EncodeFrame(one, 1, 1));
+    sprite.Bytes = WriteSprite(frames);
+    std::vector<int> delays;
+    for (const GraphicsControlBlock& control : DecodeGif(Export(ImageFormat::Gif, {{}, 7, 0}, "walk.gif").at(0).Bytes).Controls)
+        delays.push_back(control.DelayTime);
+    EXPECT_EQ(delays, (std::vector<int>{14, 15, 14, 14, 14, 15, 14, 14}));
+}
+
 // A sheet holds the frames in rows no wider than about the square root of their area; with every team
 // eight rows, player 1's on top, each as tall as the tallest frame (3) and the frames side by side.
 TEST_F(ImageExportTest, SheetsHoldEveryFrameWhereTheirJsonSays) {
@@ -189,13 +202,17 @@ TEST_F(ImageExportTest, SheetsHoldEveryFrameWhereTheirJsonSays) {
         SCOPED_TRACE(teams);
         ImageExportOptions options{{}, 8};  // the first team's alone, unless asked
         if (teams) options.AllPlayers = true;
-        const std::vector<NamedFile> files = Export(ImageFormat::Sheet, options, "out/walk.png");
+        // Named for its JSON, the sheet still writes its picture as a PNG.
+        const std::vector<NamedFile> files = Export(ImageFormat::Sheet, options, teams ? "out/walk.json" : "out/walk.png");
+        EXPECT_EQ(std::tuple(files.at(0).Path, files.at(1).Path), std::tuple("out/walk.png", "out/walk.json"));
         Rgba want{teams ? 6 : 4, teams ? 24 : 5, std::vector<uint32_t>(teams ? 6 * 24 : 4 * 5)};
         json parsed = json::parse(files.at(1).Bytes);
         parsed["meta"].erase("version");
         EXPECT_EQ(parsed["meta"], (json{{"app", "brindle"}, {"image", "walk.png"}, {"format", "RGBA8888"}, {"scale", "1"},
                                         {"size", {{"w", want.Width}, {"h", want.Height}}}}));
         EXPECT_EQ(std::tuple(files.size(), parsed["frames"].size()), std::tuple(2u, teams ? 16u : 2u));
+        // Both frames' hot spots stand at (1, 40) of the 33 x 41 canvas.
+        const json pivot = {{"x", 1.0 / 33}, {"y", 40.0 / 41}};
         for (int cell = 0; cell < (teams ? 16 : 2); ++cell) {
             const int i = cell % 2, player = teams ? cell / 2 + 1 : 1, w = 4 - 2 * i, h = 2 + i;
             const int x = teams ? 4 * i : 0, y = teams ? 3 * (player - 1) : 2 * i;
@@ -203,10 +220,49 @@ TEST_F(ImageExportTest, SheetsHoldEveryFrameWhereTheirJsonSays) {
             EXPECT_EQ(parsed["frames"].at(size_t(cell)),
                       (json{{"filename", name}, {"frame", {{"x", x}, {"y", y}, {"w", w}, {"h", h}}}, {"rotated", false}, {"trimmed", true},
                             {"spriteSourceSize", {{"x", 31 * i}, {"y", 39 - 39 * i}, {"w", w}, {"h", h}}},
-                            {"sourceSize", {{"w", 33}, {"h", 41}}}, {"duration", 125}, {"hotspot", {{"x", i ? -30 : 1}, {"y", i ? 40 : 1}}}}));
+                            {"sourceSize", {{"w", 33}, {"h", 41}}}, {"pivot", pivot}, {"anchor", pivot}, {"duration", 125},
+                            {"hotspot", {{"x", i ? -30 : 1}, {"y", i ? 40 : 1}}}}));
             Place(want, Expected(i ? two : one, {128, false, player}), x, y);
         }
         EXPECT_EQ(DecodePng(files[0].Bytes), want);
+    }
+}
+
+// Both layouts hold what the JSON-array and JSON-hash texture atlases hold: each frame's frame{x,y,w,h},
+// rotated, trimmed, spriteSourceSize{x,y,w,h}, sourceSize{w,h}, pivot{x,y} (anchor for PixiJS), in the
+// array its filename, in the hash its name as the key; and meta{image,size{w,h},format,scale}.
+TEST_F(ImageExportTest, SheetJsonFollowsTheTextureAtlasSchemaInBothLayouts) {
+    const auto keys = [](const json& object) {
+        std::set<std::string> names;
+        for (const auto& [key, value] : object.items()) names.insert(key);
+        return names;
+    };
+    const std::set<std::string> rect{"x", "y", "w", "h"}, size{"w", "h"}, point{"x", "y"};
+    for (const bool hash : {false, true}) {
+        SCOPED_TRACE(hash);
+        ImageExportOptions options;
+        options.AllPlayers = true;
+        options.SheetHash = hash;
+        const json parsed = json::parse(Export(ImageFormat::Sheet, options, "walk").at(1).Bytes);
+        const json& meta = parsed.at("meta");
+        EXPECT_TRUE(meta.at("image") == "walk.png" && meta.at("format").is_string() && meta.at("scale").is_string());
+        EXPECT_EQ(keys(meta.at("size")), size);
+        const json& frames = parsed.at("frames");
+        ASSERT_TRUE(hash ? frames.is_object() : frames.is_array());
+        ASSERT_EQ(frames.size(), 16u);
+        std::set<std::string> names;
+        for (const auto& [key, frame] : frames.items()) {
+            names.insert(hash ? key : frame.value("filename", ""));
+            std::set<std::string> want{"frame", "rotated", "trimmed", "spriteSourceSize", "sourceSize", "pivot", "anchor",
+                                       "duration", "hotspot"};  // the last two Brindle's own
+            if (!hash) want.insert("filename");
+            EXPECT_EQ(keys(frame), want);
+            EXPECT_TRUE(frame.at("rotated").is_boolean() && frame.at("trimmed").is_boolean());
+            EXPECT_EQ(std::tuple(keys(frame.at("frame")), keys(frame.at("spriteSourceSize")), keys(frame.at("sourceSize"))),
+                      std::tuple(rect, rect, size));
+            EXPECT_TRUE(keys(frame.at("pivot")) == point && frame.at("pivot") == frame.at("anchor") && frame.at("pivot").at("x").is_number());
+        }
+        EXPECT_TRUE(names.contains("walk_p1_001") && names.contains("walk_p8_002") && names.size() == 16);
     }
 }
 
