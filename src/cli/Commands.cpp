@@ -133,6 +133,14 @@ bool CopyEntries(const Options& options, ReadOnlyFile& archive, const std::vecto
 
 // ---- the multi-file exports ----------------------------------------------------------------------
 
+// ", frame 2 damaged", ", frames 2, 5 damaged": the end of a --keep-going summary; empty for none.
+std::string DamagedFrames(const std::vector<int32_t>& frames) {
+    if (frames.empty()) return {};
+    std::string text = frames.size() == 1 ? ", frame " : ", frames ";
+    for (size_t i = 0; i < frames.size(); ++i) text += (i == 0 ? "" : ", ") + std::to_string(frames[i]);
+    return text + " damaged";
+}
+
 // Runs an export into a staging folder beside the outputs, then places its files under their names,
 // in the order given. Nothing lands under a name before the whole export has run, and nothing at all
 // when the files would not fit; without --keep-going a failure leaves no file of this run behind, and
@@ -148,8 +156,9 @@ int StageAndPlace(const Options& options, const std::string& name, const std::st
         Complain(options.Command, options.Out, staging.Error());
         return ExitFailed;
     }
-    std::vector<std::string> unfinished;
-    const Outcome exported = run(staging.Path() + FileOfPath(base), unfinished);
+    ExportReport report;
+    const Outcome exported = run(staging.Path() + FileOfPath(base), report);
+    const std::vector<std::string>& unfinished = report.Unfinished;
     if (!exported) {
         Complain(options.Command, name, ReasonOf(exported.Detail, name));
         if (!options.KeepGoing) return ExitFailed;
@@ -170,7 +179,7 @@ int StageAndPlace(const Options& options, const std::string& name, const std::st
     }
     if (!exported || failed > 0) {
         Complain(options.Command, options.Out, std::to_string(outputs.WrittenCount()) + " files written, " + std::to_string(failed) +
-                                                   " failed");
+                                                   " failed" + DamagedFrames(report.DamagedFrames));
         return ExitFailed;
     }
     return ExitOk;
@@ -388,7 +397,7 @@ namespace {
 // base path, then the export staged and its files placed in the order `names` gives them.
 int RunDesignExport(const Options& options, std::vector<std::string> (*names)(const std::string& base, size_t frames),
                     int64_t (*bytes)(const std::vector<SLPFrameInfo>&),
-                    Outcome (*run)(const SLPFile&, const std::string&, Host&, int32_t player, std::vector<std::string>*)) {
+                    Outcome (*run)(const SLPFile&, const std::string&, Host&, int32_t player, ExportReport*)) {
     Outputs outputs(options.Command, options.NoClobber);
     SLPFile sprite;
     std::string name, base;
@@ -399,8 +408,8 @@ int RunDesignExport(const Options& options, std::vector<std::string> (*names)(co
         return ExitFailed;
     }
     return StageAndPlace(options, name, base, names(base, frames.size()), bytes(frames), outputs,
-                         [&](const std::string& staged, std::vector<std::string>& unfinished) {
-                             return run(sprite, staged, host, options.Player, &unfinished);
+                         [&](const std::string& staged, ExportReport& report) {
+                             return run(sprite, staged, host, options.Player, &report);
                          });
 }
 
@@ -474,7 +483,9 @@ int RunExport(const Options& options) {
 
     std::vector<NamedFile> files;
     std::vector<std::string> notes;
-    if (Outcome exported = ExportImages(sprite, format, settings, options.Out, files, notes, host); !exported) {
+    std::vector<int32_t> damaged;  // with --keep-going: the frames left out
+    if (Outcome exported = ExportImages(sprite, format, settings, options.Out, files, notes, host, options.KeepGoing ? &damaged : nullptr);
+        !exported) {
         Complain(options.Command, name, ReasonOf(exported.Detail, name));
         return ExitFailed;
     }
@@ -482,12 +493,19 @@ int RunExport(const Options& options) {
     uint64_t bytes = 0;
     for (const NamedFile& file : files) bytes += file.Bytes.size();
     if (!files.empty() && !outputs.Fits(files.front().Path, bytes)) return ExitFailed;
+    int failed = 0;
     for (const NamedFile& file : files) {
-        if (outputs.Write(file.Path, file.Bytes) != Outputs::Result::Failed || options.KeepGoing) continue;
-        outputs.RemoveWritten();
-        return ExitFailed;
+        if (outputs.Write(file.Path, file.Bytes) != Outputs::Result::Failed) continue;
+        if (!options.KeepGoing) {
+            outputs.RemoveWritten();
+            return ExitFailed;
+        }
+        ++failed;
     }
-    return ExitOk;
+    if (failed == 0 && damaged.empty()) return ExitOk;
+    Complain(options.Command, options.Out, std::to_string(outputs.WrittenCount()) + " files written, " + std::to_string(failed) +
+                                               " failed" + DamagedFrames(damaged) + (damaged.empty() ? "" : " and left out"));
+    return ExitFailed;
 }
 
 // ---- thumbnails, for file managers ---------------------------------------------------------------------

@@ -30,7 +30,7 @@ nlohmann::ordered_json Rect(int64_t x, int64_t y, int64_t w, int64_t h) { return
 nlohmann::ordered_json Size(int64_t w, int64_t h) { return {{"w", w}, {"h", h}}; }
 
 Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, const ImageExportOptions& options,
-                    const std::string& out, std::vector<NamedFile>& files, Host& host) {
+                    const std::string& out, std::vector<NamedFile>& files, Host& host, std::vector<int32_t>* leftOut) {
     CanvasBounds canvas;
     if (Outcome measured = CheckedCanvas(frames, canvas); !measured) return measured;
     for (size_t i = 0; i < frames.size(); ++i) {
@@ -68,7 +68,11 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
             name += std::to_string(rgba.Player);
             name += '_';
         }
-        if (Outcome decoded = DecodeRgbaFrame(sprite, frames, number, rgba, frame, host); !decoded) return decoded;
+        if (Outcome decoded = DecodeRgbaFrame(sprite, frames, number, rgba, frame, host); !decoded) {
+            if (!leftOut) return decoded;
+            if (cell < frames.size()) leftOut->push_back(number);  // once, not for every team
+            continue;  // its cell stays empty, and the JSON has no entry for it
+        }
         const auto [x, y] = layout.Places[cell];
         for (int32_t row = 0; row < frame.Height; ++row)
             std::memcpy(sheet.Row(y + row) + 4 * size_t(x), frame.Row(row), 4 * size_t(frame.Width));
@@ -177,14 +181,14 @@ bool SheetNameFits(const std::string& out) {
 }
 
 Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExportOptions& options, const std::string& out,
-                     std::vector<NamedFile>& files, std::vector<std::string>& notes, Host& host) {
+                     std::vector<NamedFile>& files, std::vector<std::string>& notes, Host& host, std::vector<int32_t>* leftOut) {
     files.clear();
     notes.clear();
     SLPHeader header;
     std::vector<SLPFrameInfo> frames;
     if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) return read;
 
-    if (format == ImageFormat::Sheet) return ExportSheet(sprite, frames, options, out, files, host);
+    if (format == ImageFormat::Sheet) return ExportSheet(sprite, frames, options, out, files, host, leftOut);
     if (format == ImageFormat::Png && options.Frame > 0) {
         RgbaPicture frame;
         if (Outcome decoded = DecodeRgbaFrame(sprite, frames, options.Frame, options.Rgba, frame, host); !decoded) return decoded;
@@ -200,11 +204,11 @@ Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExpor
         return ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t number, const RgbaPicture& picture) {
             files.push_back({names[size_t(number - 1)], {}});
             return EncodePng(picture, files.back().Bytes);
-        });
+        }, leftOut);
     }
     if (format == ImageFormat::Apng) {
         ApngWriter writer(width, height, header.NumFrames, options.Fps);
-        if (Outcome drawn = ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); });
+        if (Outcome drawn = ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); }, leftOut);
             !drawn) {
             return drawn;
         }
@@ -212,7 +216,7 @@ Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExpor
         return writer.Finish(files.back().Bytes);
     }
     GifWriter writer(width, height, options.Fps);
-    if (Outcome drawn = ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); });
+    if (Outcome drawn = ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); }, leftOut);
         !drawn) {
         return drawn;
     }

@@ -1,7 +1,8 @@
 #pragma once
 // A sprite exported for today's engines and editors: PNG with transparency, one frame or a numbered
 // sequence on the common canvas, animated PNG and GIF, and a sprite sheet with its JSON. Every file
-// is built in memory; a damaged frame fails the whole export, so that a caller writes nothing.
+// is built in memory; a damaged frame fails the whole export, so that a caller writes nothing, unless
+// the caller asks for the rest.
 
 #include <cstdint>
 #include <string>
@@ -42,9 +43,12 @@ std::vector<std::string> ImageExportNames(ImageFormat format, const ImageExportO
 bool SheetNameFits(const std::string& out);
 
 // Builds the files of the export, in the order of ImageExportNames. notes gets what a caller should
-// pass on although the export succeeded (colours a GIF frame had to merge).
+// pass on although the export succeeded (colours a GIF frame had to merge). A damaged frame fails the
+// export; given leftOut, it is left out instead (no file of its own, no frame of the animation, an
+// empty cell of the sheet without a JSON entry) and its number noted there.
 Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExportOptions& options, const std::string& out,
-                     std::vector<NamedFile>& files, std::vector<std::string>& notes, Host& host);
+                     std::vector<NamedFile>& files, std::vector<std::string>& notes, Host& host,
+                     std::vector<int32_t>* leftOut = nullptr);
 
 // A sheet's layout: each frame at its own size, in frame order, left to right in rows no wider than
 // about the square root of their total area; none overlaps another.

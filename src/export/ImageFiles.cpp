@@ -116,7 +116,14 @@ Outcome ApngWriter::Add(const RgbaPicture& frame) {
 }
 
 Outcome ApngWriter::Finish(std::vector<uint8_t>& png) {
-    if (added_ != frameCount_) return Outcome::Failure("the animation lacks frames");
+    if (added_ == 0) return Outcome::Failure("the animation has no frames");
+    if (added_ != frameCount_) {
+        // Frames were left out: acTL, behind the signature and IHDR, must count those there are.
+        constexpr size_t countAt = 8 + 25 + 8, typeAt = countAt - 4;
+        for (int i = 0; i < 4; ++i) png_[countAt + size_t(i)] = uint8_t(uint32_t(added_) >> (24 - 8 * i));
+        const auto crc = uint32_t(crc32(0, png_.data() + typeAt, 4 + 8));
+        for (int i = 0; i < 4; ++i) png_[countAt + 8 + size_t(i)] = uint8_t(crc >> (24 - 8 * i));
+    }
     Chunk("IEND", {});
     png = std::move(png_);
     return Outcome::Success();

@@ -13,7 +13,8 @@ Outcome EncodePng(const RgbaPicture& picture, std::vector<uint8_t>& png);
 
 // Frames of one size, shown fps times a second and looping forever. Each frame replaces the whole
 // canvas, alpha included, so none shows through to the one before it. A viewer that knows nothing of
-// APNG shows the first frame.
+// APNG shows the first frame. Up to frameCount frames are added; fewer, where a caller left some out,
+// are counted as they are.
 class ApngWriter {
 public:
     ApngWriter(int32_t width, int32_t height, int32_t frameCount, int fps);

@@ -59,10 +59,15 @@ Outcome DecodeRgbaFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& 
 
 Outcome ForEachCanvasFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, const CanvasBounds& bounds,
                            const RgbaOptions& options, Host& host,
-                           const std::function<Outcome(int32_t number, const RgbaPicture& canvas)>& use) {
+                           const std::function<Outcome(int32_t number, const RgbaPicture& canvas)>& use,
+                           std::vector<int32_t>* leftOut) {
     RgbaPicture frame, canvas;
     for (int32_t number = 1; number <= int32_t(frames.size()); ++number) {
-        if (Outcome decoded = DecodeRgbaFrame(sprite, frames, number, options, frame, host); !decoded) return decoded;
+        if (Outcome decoded = DecodeRgbaFrame(sprite, frames, number, options, frame, host); !decoded) {
+            if (!leftOut) return decoded;
+            leftOut->push_back(number);
+            continue;
+        }
         canvas.Resize(int32_t(bounds.Width()), int32_t(bounds.Height()));
         const SLPFrameInfo& info = frames[size_t(number - 1)];
         const int64_t dx = -bounds.MinX - info.HotspotX, dy = -bounds.MinY - info.HotspotY;

@@ -45,11 +45,12 @@ Outcome DecodeRgbaFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& 
                         const RgbaOptions& options, RgbaPicture& picture, Host& host);
 
 // Each frame in turn, placed on the common canvas (bounds from CheckedCanvas) where "Save as image
-// sequence" places it, the rest of the canvas transparent. Stops at the first damaged frame or at the
-// first failure of `use`.
+// sequence" places it, the rest of the canvas transparent. Stops at the first damaged frame, or, given
+// leftOut, leaves it out and notes its number there; and at the first failure of `use`.
 Outcome ForEachCanvasFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, const CanvasBounds& bounds,
                            const RgbaOptions& options, Host& host,
-                           const std::function<Outcome(int32_t number, const RgbaPicture& canvas)>& use);
+                           const std::function<Outcome(int32_t number, const RgbaPicture& canvas)>& use,
+                           std::vector<int32_t>* leftOut = nullptr);
 
 // The largest thumbnail made, in pixels a side.
 inline constexpr int32_t MaxThumbnailSide = 4096;

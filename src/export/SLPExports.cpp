@@ -60,7 +60,9 @@ public:
 
     // The damage is noted for the end of the export, so that the files written stay a whole set.
     void NoteDamage(int32_t number, const DecodeResult& decoded) {
-        if (decoded.Code == DecodeDamaged && damage_.empty()) damage_ = "frame " + std::to_string(number) + ": " + decoded.Detail;
+        if (decoded.Code != DecodeDamaged) return;
+        if (damage_.empty()) damage_ = "frame " + std::to_string(number) + ": " + decoded.Detail;
+        damaged_.push_back(number);
     }
 
     // A file that cannot be created ends the export; one that cannot be written to its end is noted,
@@ -75,6 +77,9 @@ public:
     }
     void Unfinished(const std::string& name) { unfinished_.push_back(name); }
     const std::vector<std::string>& UnfinishedFiles() const { return unfinished_; }
+    void Report(ExportReport* report) const {
+        if (report) *report = {unfinished_, damaged_};
+    }
     // The window's bundle lists a frame whose bitmap stopped halfway, as it always has; a caller that
     // drops such files asks for a list without them.
     void ListWholeFramesOnly() { wholeFramesOnly_ = true; }
@@ -98,6 +103,7 @@ private:
     std::vector<std::string> unfinished_;
     bool wholeFramesOnly_ = false;
     std::string damage_;  // what was wrong with the first damaged frame
+    std::vector<int32_t> damaged_;
 };
 
 // A sequence's colours: a pixel decoded as 0xFF00FF takes MaskColour, by its colour and not its layer,
@@ -313,12 +319,11 @@ Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, 
     return ExportSequence(sprite, BasePath, host);
 }
 
-Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player,
-                       std::vector<std::string>* unfinished) {
+Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player, ExportReport* report) {
     SpriteExport opened(host, player);
     if (Outcome read = opened.Use(sprite); !read) return read;
     Outcome outcome = ExportSequence(opened, BasePath, host);
-    if (unfinished) *unfinished = opened.UnfinishedFiles();
+    opened.Report(report);
     return outcome;
 }
 
@@ -328,12 +333,11 @@ Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host&
     return ExportSLX(sprite, BasePath, host);
 }
 
-Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player,
-                  std::vector<std::string>* unfinished) {
+Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player, ExportReport* report) {
     SpriteExport opened(host, player);
     if (Outcome read = opened.Use(sprite); !read) return read;
-    if (unfinished) opened.ListWholeFramesOnly();
+    if (report) opened.ListWholeFramesOnly();
     Outcome outcome = ExportSLX(opened, BasePath, host);
-    if (unfinished) *unfinished = opened.UnfinishedFiles();
+    opened.Report(report);
     return outcome;
 }

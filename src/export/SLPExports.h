@@ -27,17 +27,24 @@ Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bou
 int64_t SequenceFileBytes(const std::vector<SLPFrameInfo>& frames);
 int64_t BundleFileBytes(const std::vector<SLPFrameInfo>& frames);
 
+// What a whole-sprite export did beside its result, for a caller that places or counts its files.
+struct ExportReport {
+    std::vector<std::string> Unfinished;  // files that could not be written to their end
+    std::vector<int32_t> DamagedFrames;   // frames written as far as they decoded
+};
+
 // Writes every frame as BasePath + "001.bmp", ... on one canvas, hot spots on the same pixel, with
 // MaskColour for the background. Leaves the gate of FrameScroll "on" however it ends. The file's
-// sprite is drawn as player 1; one in memory in the team colours of `player`. A file that could not be
-// written to its end stays as far as it got, and its path goes into `unfinished` when given.
+// sprite is drawn as player 1; one in memory in the team colours of `player`. A damaged frame is
+// written as far as it decodes, and a file that could not be written to its end stays as far as it
+// got; `report`, when given, names both.
 Outcome ExportSequence(const std::string& SLPPath, const std::string& BasePath, Host& host);
 Outcome ExportSequence(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player = FirstPlayer,
-                       std::vector<std::string>* unfinished = nullptr);
+                       ExportReport* report = nullptr);
 
 // Writes BasePath + ".slx" and, per frame i, BasePath + i + "c.bmp" (image) and "d.bmp" (mask); the
-// players and the unfinished files as for ExportSequence. Given `unfinished`, the list leaves out the
-// frames whose bitmaps are in it.
+// players and the report as for ExportSequence. Given a report, the list leaves out the frames whose
+// bitmaps are unfinished.
 Outcome ExportSLX(const std::string& SLPPath, const std::string& BasePath, Host& host);
 Outcome ExportSLX(const SLPFile& sprite, const std::string& BasePath, Host& host, int32_t player = FirstPlayer,
-                  std::vector<std::string>* unfinished = nullptr);
+                  ExportReport* report = nullptr);

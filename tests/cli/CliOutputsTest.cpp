@@ -3,6 +3,8 @@
 
 #include "CliFixture.h"
 
+#include <nlohmann/json.hpp>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -74,8 +76,20 @@ TEST_F(CliTest, AFailureSaysWhyInOneLineAndLeavesEveryFileAsItWas) {
 
     // With --keep-going the frames are all written, the damaged one too, and the bundle names them.
     const CliResult kept = Run("slx damaged.slp --keep-going bundle.slx");
-    EXPECT_TRUE(kept.Code == 1 && kept.Err.ends_with("7 files written, 0 failed\n")) << kept.Err;
+    EXPECT_TRUE(kept.Code == 1 && kept.Err.ends_with("7 files written, 0 failed, frame 2 damaged\n")) << kept.Err;
     EXPECT_NE(ReadFileText(dir / "bundle.slx").find("bundle2c.bmp"), std::string::npos);
+    // The new formats leave the damaged frame out and count it; the animations and the sheet hold the rest.
+    for (const auto& [format, out, written] : {std::tuple{"gif", "kept.gif", 1}, {"apng", "moving.png", 1}, {"sheet", "kept", 2},
+                                               {"png", "seq.png", 2}}) {
+        const CliResult r = Run(std::string("export damaged.slp ") + out + " --format " + format + " --keep-going");
+        EXPECT_TRUE(r.Code == 1 && r.Err.ends_with(std::to_string(written) + " files written, 0 failed, frame 2 damaged and left out\n"))
+            << format << ": " << r.Err;
+    }
+    const Bytes apng = ReadFileBytes(dir / "moving.png");
+    ASSERT_GT(apng.size(), 45u);
+    EXPECT_EQ(apng[44], 2);  // acTL counts the two frames there are
+    EXPECT_TRUE(fs::exists(dir / "seq001.png") && !fs::exists(dir / "seq002.png") && fs::exists(dir / "seq003.png"));
+    EXPECT_EQ(nlohmann::json::parse(ReadFileText(dir / "kept.json"))["frames"].size(), 2u);
     // extract-all goes on by default and says what failed; told to stop, it takes back what it wrote.
     const CliResult all = Run("extract-all cut.drs out");
     EXPECT_TRUE(all.Code == 1 && all.Err.ends_with("4 entries written or kept, 1 failed\n")) << all.Err;
