@@ -23,7 +23,9 @@ case $check in
       desktop-file-validate "$data/io.brindle.Brindle.desktop" || fail "the desktop entry is not valid"
       appstreamcli validate --no-net "$data/io.brindle.Brindle.metainfo.xml" || fail "the metainfo is not valid"
     fi
-    out=$(LC_ALL=C MANWIDTH=80 man --warnings -l "$data/brindle-cli.1" 2>&1 >/dev/null) && [ -z "$out" ] || fail "man: $out" ;;
+    for page in brindle-cli.1 brindle.1; do
+      out=$(LC_ALL=C MANWIDTH=80 man --warnings -l "$data/$page" 2>&1 >/dev/null) && [ -z "$out" ] || fail "man $page: $out"
+    done ;;
 
   mime)
     # xdg-mime on no particular desktop asks File::MimeInfo, as a file manager would; without it, file(1).
@@ -53,7 +55,8 @@ case $check in
     expected=(usr/bin/brindle-cli usr/share/man/man1/brindle-cli.1)
     expected+=($share/mime/packages/io.brindle.Brindle.mime.xml $share/thumbnailers/io.brindle.Brindle.thumbnailer)
     if [ "$window" = ON ]; then
-      expected+=(usr/bin/brindle $share/applications/io.brindle.Brindle.desktop $share/metainfo/io.brindle.Brindle.metainfo.xml)
+      expected+=(usr/bin/brindle $share/man/man1/brindle.1)
+      expected+=($share/applications/io.brindle.Brindle.desktop $share/metainfo/io.brindle.Brindle.metainfo.xml)
       expected+=($share/icons/hicolor/scalable/apps/io.brindle.Brindle.svg)
       for size in 16 22 24 32 48 64 128 256; do expected+=("$share/icons/hicolor/${size}x$size/apps/io.brindle.Brindle.png"); done
     fi
