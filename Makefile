@@ -62,7 +62,7 @@ fuzz:
 	cmake --build build/fuzz -j $(JOBS)
 	scripts/fuzz.sh
 
-# The programs, desktop entry, metainfo, MIME types, thumbnailer, icons and manual page.
+# The programs, desktop entry, metainfo, MIME types, thumbnailer, icons and manual pages.
 install: deps build/release/build.ninja
 	cmake --build build/release -j $(JOBS)
 	cmake --install build/release --prefix $(PREFIX)

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Checks of the desktop integration, one a ctest test, all called with the same arguments:
 #   check-desktop.sh CHECK SOURCE_DIR BUILD_DIR SCRATCH MAKE_DEMO_ARCHIVE BRINDLE_CLI CMAKE WINDOW(ON|OFF)
-# CHECK is validate, mime or install; the install also runs the installed thumbnailer, then uninstalls.
+# CHECK is validate, mime or install; the install also runs the installed thumbnailer, then uninstalls, and
+# installs and uninstalls again outside DESTDIR to see the desktop's caches refreshed.
 set -euo pipefail
 check=${1:-} data=${2:-}/data build=${3:-} scratch=${4:-}/${1:-} make_demo=${5:-} cli=${6:-} cmake=${7:-} window=${8:-}
 
@@ -23,7 +24,9 @@ case $check in
       desktop-file-validate "$data/io.brindle.Brindle.desktop" || fail "the desktop entry is not valid"
       appstreamcli validate --no-net "$data/io.brindle.Brindle.metainfo.xml" || fail "the metainfo is not valid"
     fi
-    out=$(LC_ALL=C MANWIDTH=80 man --warnings -l "$data/brindle-cli.1" 2>&1 >/dev/null) && [ -z "$out" ] || fail "man: $out" ;;
+    for page in brindle-cli.1 brindle.1; do
+      out=$(LC_ALL=C MANWIDTH=80 man --warnings -l "$data/$page" 2>&1 >/dev/null) && [ -z "$out" ] || fail "man $page: $out"
+    done ;;
 
   mime)
     # xdg-mime on no particular desktop asks File::MimeInfo, as a file manager would; without it, file(1).
@@ -53,7 +56,8 @@ case $check in
     expected=(usr/bin/brindle-cli usr/share/man/man1/brindle-cli.1)
     expected+=($share/mime/packages/io.brindle.Brindle.mime.xml $share/thumbnailers/io.brindle.Brindle.thumbnailer)
     if [ "$window" = ON ]; then
-      expected+=(usr/bin/brindle $share/applications/io.brindle.Brindle.desktop $share/metainfo/io.brindle.Brindle.metainfo.xml)
+      expected+=(usr/bin/brindle $share/man/man1/brindle.1)
+      expected+=($share/applications/io.brindle.Brindle.desktop $share/metainfo/io.brindle.Brindle.metainfo.xml)
       expected+=($share/icons/hicolor/scalable/apps/io.brindle.Brindle.svg)
       for size in 16 22 24 32 48 64 128 256; do expected+=("$share/icons/hicolor/${size}x$size/apps/io.brindle.Brindle.png"); done
     fi
@@ -88,10 +92,34 @@ case $check in
       if [ -f "$input.png" ]; then check_png "$input.png" 64; else fail "no thumbnail of $input"; fi
     done
 
-    # The uninstall takes away what the install's manifest lists.
+    # The uninstall takes away what the install's manifest lists and the folders that leaves empty, up to
+    # the prefix; a file of another package keeps its folder.
+    touch "$root/$share/man/man1/other.1"
     DESTDIR=$root "$cmake" -DMANIFEST="$build/install_manifest.txt" -P "$2/cmake/Uninstall.cmake" >"$scratch/uninstall.log"
-    left=$(find "$root" ! -type d)
-    [ -z "$left" ] || fail "left behind: $left" ;;
+    left=$(find "$root" -mindepth 1 -printf '%P\n' | sort | xargs)
+    [ "$left" = "usr usr/share usr/share/man usr/share/man/man1 usr/share/man/man1/other.1" ] || fail "left behind: $left"
+
+    # Without DESTDIR the install refreshes the desktop's caches of MIME types and desktop entries, or says
+    # what to run when it can't, and the uninstall takes our types out of them: a prefix of our own is empty.
+    mkdir -p "$scratch/no-tools"
+    for tools in found missing; do
+      prefix=$scratch/prefix-$tools path=$PATH
+      [ $tools = found ] || path=$scratch/no-tools
+      PATH=$path "$cmake" --install "$build" --prefix "$prefix" >"$scratch/install-$tools.log" 2>&1
+      if [ $tools = found ]; then
+        grep -qx application/x-drs-archive "$prefix/share/mime/types" || fail "the MIME cache was not refreshed"
+        [ "$window" != ON ] || grep -q '^application/x-drs-archive=io.brindle.Brindle.desktop;' \
+          "$prefix/share/applications/mimeinfo.cache" || fail "the desktop entries' cache was not refreshed"
+      else
+        grep -qF "run: update-mime-database $prefix/share/mime" "$scratch/install-$tools.log" ||
+          fail "the install without update-mime-database does not say what to run"
+        [ "$window" != ON ] || grep -qF "run: update-desktop-database $prefix/share/applications" \
+          "$scratch/install-$tools.log" || fail "the install without update-desktop-database does not say what to run"
+      fi
+      PATH=$path "$cmake" -DMANIFEST="$build/install_manifest.txt" -P "$2/cmake/Uninstall.cmake" >"$scratch/uninstall-$tools.log"
+      left=$(find "$prefix" -mindepth 1)
+      [ -z "$left" ] || fail "left behind with the tools $tools: $left"
+    done ;;
 
   *) echo "usage: $0 validate|mime|install SOURCE_DIR BUILD_DIR SCRATCH ..." >&2; exit 2 ;;
 esac
