@@ -13,6 +13,7 @@
 #include <new>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 class Host;
@@ -200,6 +201,16 @@ private:
     class PixelBytes {
     public:
         static constexpr size_t HeaderRoom = 64;
+        // A moved-from store is empty, not a size beside no memory.
+        PixelBytes() = default;
+        PixelBytes(PixelBytes&& other) noexcept
+            : data_(std::move(other.data_)), size_(std::exchange(other.size_, 0)), capacity_(std::exchange(other.capacity_, 0)) {}
+        PixelBytes& operator=(PixelBytes&& other) noexcept {
+            data_ = std::move(other.data_);
+            size_ = std::exchange(other.size_, 0);
+            capacity_ = std::exchange(other.capacity_, 0);
+            return *this;
+        }
         uint8_t* data() { return data_ ? data_.get() + HeaderRoom : nullptr; }
         const uint8_t* data() const { return data_ ? data_.get() + HeaderRoom : nullptr; }
         size_t size() const { return size_; }

@@ -41,6 +41,10 @@ TEST(cDIBSectionTest, CreateStartsFromZeroPadsRowsToFourBytesAndRefusesEmptyAndH
     cDIBSection held = ThreeByTwo();
     held.ClearUp();  // lets go of the pixels, keeps the size
     EXPECT_EQ(std::tuple(held.IsCreated(), held.GetPixel(0, 0), held.Width(), held.Height()), std::tuple(false, CLR_INVALID, 3, 2));
+    cDIBSection from = ThreeByTwo(), to = std::move(from);  // a moved-from surface holds no pixels, and says so
+    EXPECT_EQ(std::tuple(from.IsCreated(), from.GetPixel(0, 0), to.IsCreated(), to.GetPixel(0, 0)),
+              std::tuple(false, CLR_INVALID, true, ThreeByTwo().GetPixel(0, 0)));
+    from.FillRun(0, 2, 1, 0xFFFFFF);
     ASSERT_TRUE(held.Create(2, 3));  // in the memory the old pixels held
     EXPECT_EQ(PixelsOf(held), std::vector<uint32_t>(6, 0));
     for (auto [width, bytes] : {std::pair{1, 4}, {2, 8}, {3, 12}, {4, 12}, {5, 16}, {4096, 12288}})
