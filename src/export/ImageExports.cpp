@@ -102,7 +102,8 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
 
     NamedFile png{SheetPngName(out), {}};
     if (Outcome encoded = EncodePng(sheet, png.Bytes); !encoded) return encoded;
-    const std::string text = json.dump(1, '\t') + "\n";
+    // A name need not be UTF-8, as file systems take any bytes: what JSON can't hold shows as U+FFFD.
+    const std::string text = json.dump(1, '\t', false, nlohmann::json::error_handler_t::replace) + "\n";
     files.push_back(std::move(png));
     files.push_back({SheetJsonName(out), std::vector<uint8_t>(text.begin(), text.end())});
     return Outcome::Success();

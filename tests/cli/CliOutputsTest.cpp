@@ -90,6 +90,9 @@ TEST_F(CliTest, AFailureSaysWhyInOneLineAndLeavesEveryFileAsItWas) {
     EXPECT_EQ(apng[44], 2);  // acTL counts the two frames there are
     EXPECT_TRUE(fs::exists(dir / "seq001.png") && !fs::exists(dir / "seq002.png") && fs::exists(dir / "seq003.png"));
     EXPECT_EQ(nlohmann::json::parse(ReadFileText(dir / "kept.json"))["frames"].size(), 2u);
+    // A name that is no UTF-8 is taken as the file system has it, and the JSON holds what it can of it.
+    EXPECT_EQ(Shell("\"$BRINDLE_CLI\" export walk.slp \"$(printf 'bad\\377')\" --format sheet").Code, 0);
+    EXPECT_EQ(nlohmann::json::parse(ReadFileText(dir / "bad\xff.json"))["meta"]["image"], "bad\uFFFD.png");
     // extract-all goes on by default and says what failed; told to stop, it takes back what it wrote.
     const CliResult all = Run("extract-all cut.drs out");
     EXPECT_TRUE(all.Code == 1 && all.Err.ends_with("4 entries written or kept, 1 failed\n")) << all.Err;
