@@ -28,10 +28,8 @@ void MainForm::menu_extract_folder_Click() {
     const std::string folder = FolderComDlg.FileName;
     FolderComDlg.InitDir = folder;
 
-    std::vector<ListRow> rows;
-    rows.reserve(static_cast<size_t>(DRSFilesList->ListCount()));
-    for (int i = 0; i < DRSFilesList->ListCount(); ++i) rows.push_back({DRSFilesList->List(i), DRSFilesList->ItemData(i)});
-    const std::vector<PlannedCopy> plan = PlanEntryFiles(rows, DRSCatalogue, folder);
+    // The tables' own headings, not the list's texts, which a description may have rewritten.
+    const std::vector<PlannedCopy> plan = PlanEntryFiles(catalogueRows_, DRSCatalogue, folder);
     const size_t total = plan.size();
 
     size_t written = 0, done = 0;

@@ -718,8 +718,14 @@ void MainForm::ResDisplayPic_MouseUp(int, int) { DragState = 0; }
 
 // --- Host ---------------------------------------------------------------------------------------------
 
-void MainForm::ClearList() { DRSFilesList->Clear(); }
-void MainForm::AddListRows(std::span<const ListRow> rows) { DRSFilesList->AddItems(rows); }
+void MainForm::ClearList() {
+    DRSFilesList->Clear();
+    catalogueRows_.clear();
+}
+void MainForm::AddListRows(std::span<const ListRow> rows) {
+    DRSFilesList->AddItems(rows);
+    catalogueRows_.insert(catalogueRows_.end(), rows.begin(), rows.end());
+}
 void MainForm::SetListVisible(bool visible) { DRSFilesList->setVisible(visible); }
 void MainForm::SetListRowText(int32_t index, std::string_view text) {
     if (index >= 0 && index < DRSFilesList->ListCount()) DRSFilesList->SetList(index, std::string(text));

@@ -267,6 +267,9 @@ private:
     QWidget* client_;  // the client area: every control stands on it
     AboutForm* aboutForm_ = nullptr;
     bool unloaded_ = false;
+    // The list's rows as the archive's tables gave them, before any description rewrote a text: what
+    // Extract all to folder... names its folders by.
+    std::vector<ListRow> catalogueRows_;
     TempRun tempRun_;  // our hold on the temporary folder: the copies we make, kept from other windows' sweeps
 };
 
