@@ -14,6 +14,7 @@
 #include "archive/TempFiles.h"
 #include "slp/SLPCodeNew.h"
 #include "shell/Files.h"
+#include "shell/Functions.h"
 
 namespace {
 
@@ -22,9 +23,6 @@ constexpr int32_t TableRecordSize = 12;
 constexpr int32_t EntryRecordSize = 12;
 constexpr size_t CopyBufferSize = size_t{1} << 20;
 
-int32_t LoadI32(const uint8_t* p) {
-    return static_cast<int32_t>(uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24);
-}
 
 bool ReadExactly(ReadOnlyFile& file, int64_t offset, std::span<uint8_t> out) {
     return file.ReadAt(offset, out) == out.size();
@@ -37,8 +35,7 @@ int32_t HeaderPosition(ReadOnlyFile& archive, Host& host) {
     std::array<uint8_t, 28> magic{};
     const size_t got = archive.ReadAt(0, magic);
     const std::string_view text(reinterpret_cast<const char*>(magic.data()), got);
-    if (text == Magic2001) return HeaderAt2001;
-    if (text == Magic1997) return HeaderAt1997;
+    if (const int32_t headerAt = HeaderAtOfMagic(text); headerAt != 0) return headerAt;
     if (host.ShowMessage(InvalidFormatQuestion, MessageStyle::OkCancel) == MessageAnswer::OK) return HeaderAt1997;
     return 0;
 }
@@ -134,7 +131,7 @@ CatalogueResult ReadSpriteCatalogue(ReadOnlyFile& file, const std::string& rowTe
     const auto notASprite = [](std::string detail) { return CatalogueResult{CatalogueRefused, std::move(detail)}; };
     std::array<uint8_t, 28> magic{};
     const std::string_view start(reinterpret_cast<const char*>(magic.data()), file.ReadAt(0, magic));
-    if (start == Magic2001 || start == Magic1997) return notASprite("an archive");
+    if (HeaderAtOfMagic(start) != 0) return notASprite("an archive");
     if (file.Size() >= EntrySizeLimit) return notASprite("larger than an entry Brindle copies");
 
     SLPFile sprite;

@@ -31,6 +31,12 @@ inline constexpr std::string_view Magic1997 = "Copyright (c) 1997 Sandbank ";
 inline constexpr int32_t HeaderAt2001 = 60;
 inline constexpr int32_t HeaderAt1997 = 40;
 
+// Where the header of an archive that starts with these bytes stands, by its flavour's magic text:
+// HeaderAt2001, HeaderAt1997, or 0 for bytes of neither flavour.
+constexpr int32_t HeaderAtOfMagic(std::string_view start) {
+    return start.starts_with(Magic2001) ? HeaderAt2001 : start.starts_with(Magic1997) ? HeaderAt1997 : 0;
+}
+
 inline constexpr std::string_view InvalidFormatQuestion =
     "Invalid file format - continue anyway? (may cause lots of horrible errors)";
 

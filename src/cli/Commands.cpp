@@ -560,7 +560,7 @@ int RunThumbnail(const Options& options) {
 
     SLPFile sprite;
     sprite.Path = options.Source;
-    const bool archived = start == Magic2001 || start == Magic1997;
+    const bool archived = HeaderAtOfMagic(start) != 0;
     if (archived) {
         if (options.Source == "-") archive.OpenBytes("standard input", std::move(bytes));
         CliHost host;

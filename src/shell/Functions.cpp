@@ -13,19 +13,6 @@ constexpr std::array<char32_t, 32> Windows1252High = {
     0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
 };
 
-void AppendUtf8(char32_t code, std::string& out) {
-    if (code < 0x80) {
-        out.push_back(static_cast<char>(code));
-    } else if (code < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (code >> 6)));
-        out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
-    } else {
-        out.push_back(static_cast<char>(0xE0 | (code >> 12)));
-        out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
-    }
-}
-
 char Windows1252Byte(char32_t code) {
     if (code < 0x80 || (code >= 0xA0 && code <= 0xFF)) return static_cast<char>(code);
     for (size_t i = 0; i < Windows1252High.size(); ++i) {
@@ -153,4 +140,15 @@ std::string Utf8ToWindows1252(std::string_view text) {
     out.reserve(text.size());
     for (size_t i = 0; i < text.size();) out.push_back(Windows1252Byte(NextCodePoint(text, i)));
     return out;
+}
+
+void AppendUtf8(char32_t code, std::string& out) {
+    if (code < 0x80) {
+        out.push_back(static_cast<char>(code));
+        return;
+    }
+    static constexpr uint32_t leads[] = {0, 0xC0, 0xE0, 0xF0};
+    const int more = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;  // continuation bytes after the lead
+    out.push_back(static_cast<char>(leads[more] | (code >> (6 * more))));
+    for (int shift = 6 * (more - 1); shift >= 0; shift -= 6) out.push_back(static_cast<char>(0x80 | ((code >> shift) & 0x3F)));
 }

@@ -25,6 +25,15 @@ std::string PadFrameNumber(int32_t Number);
 
 int16_t MaxInteger(int16_t a, int16_t b);
 
+// Numbers as the files store them: little-endian, signed. The caller has checked that the bytes are there.
+inline int32_t LoadI32(const uint8_t* p) {
+    return static_cast<int32_t>(uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24);
+}
+inline int16_t LoadI16(const uint8_t* p) { return static_cast<int16_t>(uint16_t{p[0]} | uint16_t(p[1] << 8)); }
+
+// Appends code point `code` (below 0x110000) to out as UTF-8.
+void AppendUtf8(char32_t code, std::string& out);
+
 // The program's texts are in the Windows-1252 code page; the window and the terminal want UTF-8.
 // The five bytes that code page leaves undefined (0x81, 0x8D, 0x8F, 0x90, 0x9D) stand for U+0081 and so
 // on, so every byte survives the trip there and back.

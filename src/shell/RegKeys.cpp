@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "shell/Files.h"
+#include "shell/Functions.h"
 
 namespace {
 
@@ -78,17 +79,6 @@ std::optional<std::u16string> ReadEscapedText(std::string_view line, size_t& pos
     return std::nullopt;
 }
 
-void AppendUtf8(std::string& text, uint32_t c) {
-    if (c < 0x80) {
-        text += static_cast<char>(c);
-        return;
-    }
-    static constexpr uint32_t leads[] = {0, 0xC0, 0xE0, 0xF0};
-    const int more = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;  // continuation bytes after the lead
-    text += static_cast<char>(leads[more] | (c >> (6 * more)));
-    for (int shift = 6 * (more - 1); shift >= 0; shift -= 6) text += static_cast<char>(0x80 | ((c >> shift) & 0x3F));
-}
-
 // UTF-16 as UTF-8; half a surrogate pair becomes '?', as the conversion to ANSI text would make it.
 std::string Utf8OfUnits(std::u16string_view units) {
     std::string text;
@@ -98,7 +88,7 @@ std::string Utf8OfUnits(std::u16string_view units) {
                             units[i + 1] < 0xE000;
         if (paired) c = 0x10000 + ((c - 0xD800) << 10) + (units[++i] - 0xDC00u);
         else if (c >= 0xD800 && c < 0xE000) c = '?';
-        AppendUtf8(text, c);
+        AppendUtf8(c, text);
     }
     return text;
 }
@@ -200,8 +190,7 @@ std::string TextOfValue(const RawValue& value) {
     const auto& bytes = value.Bytes;
     if (value.Type == DwordType) {
         if (bytes.size() != 4) return {};
-        const uint32_t number = bytes[0] | bytes[1] << 8 | bytes[2] << 16 | uint32_t{bytes[3]} << 24;
-        return std::to_string(static_cast<int32_t>(number));
+        return std::to_string(LoadI32(bytes.data()));
     }
     if (value.Type != StringType && value.Type != ExpandStringType) return {};
     std::u16string units;

@@ -6,6 +6,7 @@
 
 #include "colour/Palettes.h"
 #include "shell/Files.h"
+#include "shell/Functions.h"
 
 namespace {
 
@@ -19,10 +20,6 @@ constexpr size_t FrameInfoSize = 32;
 constexpr int64_t StreamBytesPerPixel = 4;
 constexpr int64_t SpareStreamBytesPerRow = 4;
 
-int32_t LoadI32(const uint8_t* p) {
-    return static_cast<int32_t>(uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24);
-}
-int16_t LoadI16(const uint8_t* p) { return static_cast<int16_t>(uint16_t{p[0]} | uint16_t(p[1] << 8)); }
 
 // True when bytes [offset, offset + length) lie inside a file of size bytes.
 bool Inside(int64_t offset, int64_t length, size_t size) {
