@@ -19,6 +19,7 @@
 #include <QShortcut>
 #include <QTimer>
 
+#include "archive/EntryFiles.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
 #include "shell/AboutForm.h"
@@ -659,13 +660,14 @@ void MainForm::menu_extract_file_Click() {
     SetStatusText("Saving file...");
     MainComDlg.DialogTitle = "Select filename to save resource as";
     MainComDlg.Filter = "BIN file (*.bin)|*.bin|WAV file (*.wav)|*.wav|SLP file (*.slp)|*.slp|All files (*.*)|*.*";
-    const std::string id = std::to_string(row.ID);
-    switch (DRSFilesList->ItemData(DRSFilesList->ListIndex())) {
-    case KindBIN: MainComDlg.FilterIndex = 1; MainComDlg.FileName = id + ".bin"; break;
-    case KindWAV: MainComDlg.FilterIndex = 2; MainComDlg.FileName = id + ".wav"; break;
-    case KindSLP: MainComDlg.FilterIndex = 3; MainComDlg.FileName = id + ".slp"; break;
-    default: MainComDlg.FilterIndex = 4; MainComDlg.FileName = id; break;
+    const int32_t kind = DRSFilesList->ItemData(DRSFilesList->ListIndex());
+    switch (kind) {
+    case KindBIN: MainComDlg.FilterIndex = 1; break;
+    case KindWAV: MainComDlg.FilterIndex = 2; break;
+    case KindSLP: MainComDlg.FilterIndex = 3; break;
+    default: MainComDlg.FilterIndex = 4; break;
     }
+    MainComDlg.FileName = ProposedName(kind, row.ID);  // as extract-all names the entry
     if (platform_.Dialogs.ShowSave(MainComDlg) && !MainComDlg.FileName.empty()) {
         (void)ReadResourceData(DRSFileNumber, MainComDlg.FileName, row, *this);  // tells the user of a failure itself
     }
