@@ -1,19 +1,9 @@
 #include "archive/EntryFiles.h"
 
 #include "archive/DRSCode.h"
+#include "shell/Functions.h"
 
 namespace fs = std::filesystem;
-
-namespace {
-
-std::string Lower(std::string text) {
-    for (char& c : text) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return text;
-}
-
-}  // namespace
 
 std::string TableOfHeading(const std::string& heading) {
     const size_t end = heading.rfind(" (");
@@ -21,7 +11,7 @@ std::string TableOfHeading(const std::string& heading) {
     return heading.substr(2, end - 2);
 }
 
-bool SameTable(const std::string& a, const std::string& b) { return Lower(a) == Lower(b); }
+bool SameTable(const std::string& a, const std::string& b) { return AsciiLowerCase(a) == AsciiLowerCase(b); }
 
 std::string ProposedName(int32_t kind, int32_t id) {
     std::string name = std::to_string(id);

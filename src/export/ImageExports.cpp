@@ -3,7 +3,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <cstring>
 
@@ -18,9 +17,7 @@ std::string SheetJsonName(const std::string& out) { return ExportBasePath(out) +
 std::string ExtensionOf(const std::string& out) {
     const std::string file = FileOfPath(out);
     const size_t dot = file.rfind('.');
-    std::string extension = dot == std::string::npos ? std::string() : file.substr(dot + 1);
-    for (char& c : extension) c = char(std::tolower(static_cast<unsigned char>(c)));
-    return extension;
+    return dot == std::string::npos ? std::string() : AsciiLowerCase(file.substr(dot + 1));
 }
 
 // The window's dialog hands back NAME.png, in whatever case was typed: that name is kept.

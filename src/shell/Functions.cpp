@@ -152,3 +152,10 @@ void AppendUtf8(char32_t code, std::string& out) {
     out.push_back(static_cast<char>(leads[more] | (code >> (6 * more))));
     for (int shift = 6 * (more - 1); shift >= 0; shift -= 6) out.push_back(static_cast<char>(0x80 | ((code >> shift) & 0x3F)));
 }
+
+std::string AsciiLowerCase(std::string text) {
+    for (char& c : text) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return text;
+}

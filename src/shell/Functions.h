@@ -31,6 +31,9 @@ inline int32_t LoadI32(const uint8_t* p) {
 }
 inline int16_t LoadI16(const uint8_t* p) { return static_cast<int16_t>(uint16_t{p[0]} | uint16_t(p[1] << 8)); }
 
+// The text with A to Z as a to z, and every other byte as it is: names and tags, never words.
+std::string AsciiLowerCase(std::string text);
+
 // Appends code point `code` (below 0x110000) to out as UTF-8.
 void AppendUtf8(char32_t code, std::string& out);
 
