@@ -133,12 +133,17 @@ bool CopyEntries(const Options& options, ReadOnlyFile& archive, const std::vecto
 
 // ---- the multi-file exports ----------------------------------------------------------------------
 
-// ", frame 2 damaged", ", frames 2, 5 damaged": the end of a --keep-going summary; empty for none.
-std::string DamagedFrames(const std::vector<int32_t>& frames) {
-    if (frames.empty()) return {};
-    std::string text = frames.size() == 1 ? ", frame " : ", frames ";
-    for (size_t i = 0; i < frames.size(); ++i) text += (i == 0 ? "" : ", ") + std::to_string(frames[i]);
-    return text + " damaged";
+// The last line of a --keep-going export: "3 files written, 0 failed, frame 2 damaged", with `damage`
+// behind "damaged" (" and left out") where the damaged frames are not among the files.
+void SayWhatWasWritten(const Options& options, const Outputs& outputs, int failed, const std::vector<int32_t>& damaged,
+                       const std::string& damage = {}) {
+    std::string text = std::to_string(outputs.WrittenCount()) + " files written, " + std::to_string(failed) + " failed";
+    if (!damaged.empty()) {
+        text += damaged.size() == 1 ? ", frame " : ", frames ";
+        for (size_t i = 0; i < damaged.size(); ++i) text += (i == 0 ? "" : ", ") + std::to_string(damaged[i]);
+        text += " damaged" + damage;
+    }
+    Complain(options.Command, options.Out, text);
 }
 
 // Runs an export into a staging folder beside the outputs, then places its files under their names,
@@ -178,8 +183,7 @@ int StageAndPlace(const Options& options, const std::string& name, const std::st
         }
     }
     if (!exported || failed > 0) {
-        Complain(options.Command, options.Out, std::to_string(outputs.WrittenCount()) + " files written, " + std::to_string(failed) +
-                                                   " failed" + DamagedFrames(report.DamagedFrames));
+        SayWhatWasWritten(options, outputs, failed, report.DamagedFrames);
         return ExitFailed;
     }
     return ExitOk;
@@ -490,9 +494,7 @@ int RunExport(const Options& options) {
         return ExitFailed;
     }
     for (const std::string& note : notes) Complain(options.Command, name, note);
-    uint64_t bytes = 0;
-    for (const NamedFile& file : files) bytes += file.Bytes.size();
-    if (!files.empty() && !outputs.Fits(files.front().Path, bytes)) return ExitFailed;
+    if (!files.empty() && !outputs.Fits(files.front().Path, BytesOf(files))) return ExitFailed;
     int failed = 0;
     for (const NamedFile& file : files) {
         if (outputs.Write(file.Path, file.Bytes) != Outputs::Result::Failed) continue;
@@ -503,8 +505,7 @@ int RunExport(const Options& options) {
         ++failed;
     }
     if (failed == 0 && damaged.empty()) return ExitOk;
-    Complain(options.Command, options.Out, std::to_string(outputs.WrittenCount()) + " files written, " + std::to_string(failed) +
-                                               " failed" + DamagedFrames(damaged) + (damaged.empty() ? "" : " and left out"));
+    SayWhatWasWritten(options, outputs, failed, damaged, " and left out");
     return ExitFailed;
 }
 

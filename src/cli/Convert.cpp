@@ -80,9 +80,7 @@ bool ConvertOne(const Options& options, const Job& job, const SLPFile& sprite, c
         return false;
     }
     for (const std::string& note : notes) Complain(options.Command, name, note);
-    uint64_t bytes = 0;
-    for (const NamedFile& file : files) bytes += file.Bytes.size();
-    if (!outputs.Fits(job.Base, bytes)) return false;
+    if (!outputs.Fits(job.Base, BytesOf(files))) return false;
     for (const NamedFile& file : files) {
         if (outputs.Write(file.Path, file.Bytes) == Outputs::Result::Failed) {
             outputs.RemoveWritten();

@@ -31,6 +31,13 @@ struct NamedFile {
     std::vector<uint8_t> Bytes;
 };
 
+// What the files take on disk together, for a caller that checks the space before it writes.
+inline uint64_t BytesOf(const std::vector<NamedFile>& files) {
+    uint64_t bytes = 0;
+    for (const NamedFile& file : files) bytes += file.Bytes.size();
+    return bytes;
+}
+
 // The names an export writes for the name `out` (base: `out` without its extension):
 // Png of one frame: out. Png: base + "001.png", base + "002.png", ... Apng, Gif: out.
 // Sheet: base + ".png" (out itself when it ends in .png, in any case), and base + ".json". Its JSON
