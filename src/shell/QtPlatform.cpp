@@ -13,16 +13,16 @@
 
 namespace {
 
-QColor ToQColor(uint32_t colour) {
-    return QColor(static_cast<int>(colour & 0xFF), static_cast<int>(colour >> 8 & 0xFF), static_cast<int>(colour >> 16 & 0xFF));
-}
-
 uint32_t ColourValueOf(const QColor& colour) {
     return static_cast<uint32_t>(colour.red()) | static_cast<uint32_t>(colour.green()) << 8 |
            static_cast<uint32_t>(colour.blue()) << 16;
 }
 
 }  // namespace
+
+QColor ToQColor(uint32_t colour) {
+    return QColor(static_cast<int>(colour & 0xFF), static_cast<int>(colour >> 8 & 0xFF), static_cast<int>(colour >> 16 & 0xFF));
+}
 
 QImage ImageOfSurface(const cDIBSection& surface) {
     if (!surface.IsCreated()) return {};

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include <QColor>
 #include <QImage>
 #include <QString>
 #include <QStringList>
@@ -18,6 +19,8 @@ inline QString ToQString(std::string_view text) {
 
 // A surface as a picture Qt can paint: the rows turned top-down, the colours as they are.
 QImage ImageOfSurface(const cDIBSection& surface);
+// A colour value (red in the low byte) as Qt takes it.
+QColor ToQColor(uint32_t colour);
 
 // The dialog's "label|pattern|label|pattern" filter as Qt name filters. Each label is kept as it stands
 // and the pattern goes behind it in brackets, where Qt reads it; "*.*" becomes "*", so that "All files"

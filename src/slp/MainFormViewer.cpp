@@ -9,6 +9,7 @@
 
 #include "shell/Controls.h"
 #include "shell/MainForm.h"
+#include "shell/QtPlatform.h"
 #include "slp/SLPCodeNew.h"
 
 void MainForm::SetZoom(int32_t zoom) {
@@ -50,7 +51,7 @@ QImage MainForm::OnPlayCanvas(const QImage& frame) const {
     const size_t number = std::clamp<size_t>(static_cast<size_t>(std::max(FrameScroll->value(), 1)), 1, playCanvas_->Frames.size());
     const SLPFrameInfo& info = playCanvas_->Frames[number - 1];
     QImage canvas(static_cast<int>(bounds.Width()), static_cast<int>(bounds.Height()), QImage::Format_RGB32);
-    canvas.fill(QColor(int(MaskColour & 0xFF), int(MaskColour >> 8 & 0xFF), int(MaskColour >> 16 & 0xFF)));
+    canvas.fill(ToQColor(MaskColour));
     QPainter painter(&canvas);
     painter.drawImage(QPoint(static_cast<int>(-bounds.MinX - info.HotspotX), static_cast<int>(-bounds.MinY - info.HotspotY)), frame);
     return canvas;
