@@ -16,18 +16,18 @@
 #include <string>
 #include <vector>
 
-#include "RecordingHost.h"
-#include "Writers.h"
 #include "archive/DRSCode.h"
+#include "base/Files.h"
+#include "base/Functions.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
 #include "export/ImageExports.h"
 #include "export/ImageFiles.h"
 #include "export/SLPExports.h"
-#include "shell/Files.h"
-#include "shell/Functions.h"
+#include "RecordingHost.h"
 #include "slp/SLPCode.h"
 #include "slp/SLPCodeNew.h"
+#include "Writers.h"
 
 using namespace fixtures;
 

@@ -12,9 +12,9 @@
 #include <numbers>
 #include <string>
 
+#include "colour/Palettes.h"
 #include "RecordingHost.h"
 #include "Writers.h"
-#include "colour/Palettes.h"
 
 using namespace fixtures;
 

@@ -1,8 +1,8 @@
 // The archive's directory read from any bytes, then a few of its entries copied out.
 
-#include "FuzzSupport.h"
 #include "archive/DRSCode.h"
-#include "shell/Files.h"
+#include "base/Files.h"
+#include "FuzzSupport.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzzing::AgreeingHost host;

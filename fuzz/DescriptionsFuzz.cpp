@@ -6,10 +6,10 @@
 #include <string_view>
 #include <vector>
 
-#include "FuzzSupport.h"
 #include "archive/UsefulCode.h"
+#include "base/Functions.h"
 #include "descriptions/DescriptionFiles.h"
-#include "shell/Functions.h"
+#include "FuzzSupport.h"
 
 namespace {
 

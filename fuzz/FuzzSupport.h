@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "shell/Host.h"
+#include "base/Host.h"
 
 namespace fuzzing {
 

@@ -1,8 +1,8 @@
 // Any bytes loaded as a palette file: as the design's JASC-PAL reader takes it, then as a palette of any
 // format. An Adobe colour table is told by its name, so an odd first byte names the file ".act".
 
-#include "FuzzSupport.h"
 #include "colour/Palettes.h"
+#include "FuzzSupport.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzzing::AgreeingHost host;

@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
+#include "base/RegKeys.h"
 #include "FuzzSupport.h"
-#include "shell/RegKeys.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const bool prefixSet = setenv("WINEPREFIX", fuzzing::ScratchFolder().c_str(), 1) == 0;

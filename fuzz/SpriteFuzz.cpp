@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "FuzzSupport.h"
 #include "colour/Colours.h"
 #include "export/ImageExports.h"
 #include "export/SLPExports.h"
+#include "FuzzSupport.h"
 #include "slp/SLPCodeNew.h"
 #include "surface/cDIBSection.h"
 

@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "archive/Preview.h"
+#include "base/RichText.h"
 #include "FuzzSupport.h"
-#include "shell/Preview.h"
-#include "shell/RichText.h"
 
 namespace {
 

@@ -11,13 +11,13 @@
 #include <map>
 #include <memory>
 
+#include "archive/DRSCode.h"
+#include "archive/Preview.h"
 #include "RecordingHost.h"
 #include "ScriptedPlatform.h"
-#include "Writers.h"
-#include "archive/DRSCode.h"
 #include "shell/Controls.h"
 #include "shell/MainForm.h"
-#include "shell/Preview.h"
+#include "Writers.h"
 
 namespace {
 

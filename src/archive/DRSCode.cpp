@@ -12,9 +12,9 @@
 #include <unistd.h>
 
 #include "archive/TempFiles.h"
+#include "base/Files.h"
+#include "base/Functions.h"
 #include "slp/SLPCodeNew.h"
-#include "shell/Files.h"
-#include "shell/Functions.h"
 
 namespace {
 

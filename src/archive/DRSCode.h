@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "archive/UsefulCode.h"
-#include "shell/Host.h"
-#include "shell/Outcome.h"
+#include "base/Host.h"
+#include "base/Outcome.h"
 
 class ReadOnlyFile;
 

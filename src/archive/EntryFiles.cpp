@@ -1,7 +1,7 @@
 #include "archive/EntryFiles.h"
 
 #include "archive/DRSCode.h"
-#include "shell/Functions.h"
+#include "base/Functions.h"
 
 namespace fs = std::filesystem;
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "archive/UsefulCode.h"
-#include "shell/Host.h"
+#include "base/Host.h"
 
 // The table's name in a heading row "--SLP (3)--": "SLP".
 std::string TableOfHeading(const std::string& heading);

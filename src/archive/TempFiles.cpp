@@ -13,7 +13,7 @@
 #include <thread>
 
 #include "archive/DRSCode.h"
-#include "shell/Functions.h"
+#include "base/Functions.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "descriptions/ResourceDescription.h"
+#include "archive/ResourceDescription.h"
 
 // One row of the catalogue. Heading rows are all zero.
 struct CatalogueRow {

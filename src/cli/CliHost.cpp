@@ -5,7 +5,7 @@
 #include <iostream>
 #include <mutex>
 
-#include "shell/Functions.h"
+#include "base/Functions.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "shell/Host.h"
+#include "base/Host.h"
 
 // One line on stderr: "brindle-cli: COMMAND: FILE: reason", leaving out COMMAND or FILE when empty,
 // control characters escaped.

@@ -16,6 +16,7 @@
 
 #include "archive/DRSCode.h"
 #include "archive/UsefulCode.h"
+#include "base/Functions.h"
 #include "cli/CliHost.h"
 #include "cli/Inputs.h"
 #include "cli/Outputs.h"
@@ -24,7 +25,6 @@
 #include "export/ImageExports.h"
 #include "export/ImageFiles.h"
 #include "export/SLPExports.h"
-#include "shell/Functions.h"
 #include "slp/SLPCodeNew.h"
 
 namespace fs = std::filesystem;

@@ -12,6 +12,7 @@
 
 #include "archive/DRSCode.h"
 #include "archive/UsefulCode.h"
+#include "base/Functions.h"
 #include "cli/CliHost.h"
 #include "cli/Commands.h"
 #include "cli/Inputs.h"
@@ -19,7 +20,6 @@
 #include "export/ImageExports.h"
 #include "export/ImageFiles.h"
 #include "export/SLPExports.h"
-#include "shell/Functions.h"
 
 namespace fs = std::filesystem;
 

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "archive/EntryFiles.h"
+#include "base/Files.h"
 #include "cli/CliHost.h"
 #include "cli/Outputs.h"
-#include "shell/Files.h"
 #include "slp/SLPCodeNew.h"
 
 // The one-line reason a file can't be read: the system's own words where it has them.

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "shell/Host.h"
+#include "base/Host.h"
 
 // A colour value: red in bits 0-7, green in 8-15, blue in 16-23, the rest 0.
 constexpr uint32_t RGB(int32_t red, int32_t green, int32_t blue) {

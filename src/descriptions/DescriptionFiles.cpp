@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "archive/UsefulCode.h"
-#include "shell/Files.h"
-#include "shell/Functions.h"
+#include "base/Files.h"
+#include "base/Functions.h"
 
 // What the format leaves open, settled here:
 // - A line with fewer than five fields, a blank line among them, is dropped.

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "shell/Host.h"
-#include "shell/Outcome.h"
+#include "base/Host.h"
+#include "base/Outcome.h"
 
 // Writes a line for every row of DRSCatalogue whose description is not all 0 with an empty text, in
 // catalogue order, with the text trimmed of blanks at both ends. Replaces an existing file; a

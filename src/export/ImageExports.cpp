@@ -6,8 +6,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/Functions.h"
 #include "export/ImageFiles.h"
-#include "shell/Functions.h"
 
 namespace {
 

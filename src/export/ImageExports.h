@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Host.h"
+#include "base/Outcome.h"
 #include "export/Rgba.h"
-#include "shell/Host.h"
-#include "shell/Outcome.h"
 #include "slp/SLPCodeNew.h"
 
 enum class ImageFormat { Png, Apng, Gif, Sheet };

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "base/Outcome.h"
 #include "export/Rgba.h"
-#include "shell/Outcome.h"
 
 Outcome EncodePng(const RgbaPicture& picture, std::vector<uint8_t>& png);
 

@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Host.h"
+#include "base/Outcome.h"
 #include "export/SLPExports.h"
-#include "shell/Host.h"
-#include "shell/Outcome.h"
 #include "slp/SLPCodeNew.h"
 
 struct RgbaOptions {

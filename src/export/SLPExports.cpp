@@ -10,10 +10,10 @@
 #include <system_error>
 #include <thread>
 
+#include "base/Files.h"
+#include "base/Functions.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
-#include "shell/Files.h"
-#include "shell/Functions.h"
 #include "slp/SLPCodeNew.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "shell/Host.h"
-#include "shell/Outcome.h"
+#include "base/Host.h"
+#include "base/Outcome.h"
 #include "slp/SLPCodeNew.h"
 
 // The common canvas of a sequence: every frame's pixels relative to its hot spot, from (MinX, MinY)

@@ -9,8 +9,8 @@
 #include <QTextCursor>
 #include <QWheelEvent>
 
-#include "shell/Functions.h"
-#include "shell/RichText.h"
+#include "base/Functions.h"
+#include "base/RichText.h"
 
 QVariant ListRowsModel::data(const QModelIndex& index, int role) const {
     if (role != Qt::DisplayRole || !index.isValid() || index.row() >= rowCount()) return {};

@@ -14,7 +14,7 @@
 #include <QScrollBar>
 #include <QWidget>
 
-#include "shell/Host.h"
+#include "base/Host.h"
 
 // The rows of a list box: text and ItemData. Rows are only ever added in bulk or all removed, so a
 // list of 32,766 rows fills in one step.

@@ -20,15 +20,15 @@
 #include <QTimer>
 
 #include "archive/EntryFiles.h"
+#include "archive/Preview.h"
+#include "base/Functions.h"
+#include "base/RegKeys.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
 #include "shell/AboutForm.h"
 #include "shell/Controls.h"
 #include "shell/Fonts.h"
-#include "shell/Functions.h"
-#include "shell/Preview.h"
 #include "shell/QtPlatform.h"
-#include "shell/RegKeys.h"
 #include "slp/SLPCode.h"
 
 namespace {

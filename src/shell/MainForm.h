@@ -14,9 +14,9 @@
 
 #include "archive/DRSCode.h"
 #include "archive/TempFiles.h"
+#include "base/Files.h"
+#include "base/Platform.h"
 #include "export/SLPExports.h"
-#include "shell/Files.h"
-#include "shell/Platform.h"
 #include "shell/Twips.h"
 
 class AboutForm;
@@ -56,7 +56,7 @@ public:
     void menu_file_exit_Click();
     void menu_extract_file_Click();
     void menu_extract_all_Click();
-    void menu_extract_folder_Click();  // archive/MainFormExtract.cpp
+    void menu_extract_folder_Click();  // shell/MainFormExtract.cpp
     void menu_help_help_Click();
     void menu_help_about_Click();
     void menu_image_autorefresh_Click();
@@ -66,7 +66,7 @@ public:
     void ResDisplayPic_MouseDown(int X, int Y);
     void ResDisplayPic_MouseMove(int X, int Y);
     void ResDisplayPic_MouseUp(int X, int Y);
-    // Zoom and animation (slp/MainFormViewer.cpp)
+    // Zoom and animation (shell/MainFormViewer.cpp)
     void menu_image_zoomin_Click();
     void menu_image_zoomout_Click();
     void menu_image_actualsize_Click();
@@ -74,7 +74,7 @@ public:
     void AnimateTimer_Timer();
     // Stops a playing animation and takes the check mark off "Play animation"; nothing when none plays.
     void StopAnimation();
-    // Palettes and colours (colour/MainFormColours.cpp)
+    // Palettes and colours (shell/MainFormColours.cpp)
     void menu_pal_default_Click();
     void menu_pal_select_Click();
     void menu_extract_pal_Click();
@@ -85,11 +85,11 @@ public:
     void menu_layers_shadow_Click();
     void menu_layers_selection_Click();
     void menu_layers_outline_Click();
-    // Exports (export/MainFormExports.cpp)
+    // Exports (shell/MainFormExports.cpp)
     void menu_savebmp_Click();
     void menu_image_savesequence_Click();
     void menu_image_slx_Click();
-    // Descriptions (descriptions/MainFormDescriptions.cpp)
+    // Descriptions (shell/MainFormDescriptions.cpp)
     void menu_descr_edit_Click();
     void menu_descr_load_Click();
     void menu_descr_save_Click();

@@ -8,7 +8,7 @@
 #include <QSoundEffect>
 #include <QUrl>
 
-#include "shell/Functions.h"
+#include "base/Functions.h"
 #include "surface/cDIBSection.h"
 
 namespace {

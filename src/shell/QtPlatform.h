@@ -9,7 +9,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "shell/Platform.h"
+#include "base/Platform.h"
 
 class QSoundEffect;
 

@@ -1,14 +1,12 @@
 #pragma once
-// The frame viewer's road, ShowImage, with the recolouring by layer; the chief header of the sprite
-// code, bringing the colour choices and the exports with it.
+// The frame viewer's road, ShowImage, with the recolouring by layer.
 
 #include <cstdint>
 #include <string>
 
+#include "base/Host.h"
+#include "base/Outcome.h"
 #include "colour/Colours.h"
-#include "export/SLPExports.h"
-#include "shell/Host.h"
-#include "shell/Outcome.h"
 #include "slp/SLPCodeNew.h"
 
 // Reads frame Frame (from 1) of the SLP file at Path and decodes it in the colours of the screen: the

@@ -4,9 +4,9 @@
 #include <array>
 #include <cstring>
 
+#include "base/Files.h"
+#include "base/Functions.h"
 #include "colour/Palettes.h"
-#include "shell/Files.h"
-#include "shell/Functions.h"
 
 namespace {
 

@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
+#include "base/Host.h"
+#include "base/Outcome.h"
 #include "colour/Colours.h"
-#include "shell/Host.h"
-#include "shell/Outcome.h"
 #include "surface/cDIBSection.h"
 
 // Layer codes, as the decoder writes them to the mask surface.

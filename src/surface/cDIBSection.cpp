@@ -10,9 +10,9 @@
 #include <random>
 #include <system_error>
 
-#include "shell/Files.h"
-#include "shell/Functions.h"
-#include "shell/Host.h"
+#include "base/Files.h"
+#include "base/Functions.h"
+#include "base/Host.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <functional>
 
+#include "archive/DRSCode.h"
+#include "base/Files.h"
 #include "RecordingHost.h"
 #include "Writers.h"
-#include "archive/DRSCode.h"
-#include "shell/Files.h"
 
 using namespace fixtures;
 

@@ -9,10 +9,10 @@
 #include <optional>
 #include <filesystem>
 
-#include "RecordingHost.h"
 #include "archive/DRSCode.h"
 #include "archive/TempFiles.h"
-#include "shell/Files.h"
+#include "base/Files.h"
+#include "RecordingHost.h"
 
 using namespace fixtures;
 namespace fs = std::filesystem;

@@ -13,9 +13,9 @@
 #include <string>
 #include <tuple>
 
+#include "colour/Palettes.h"
 #include "RecordingHost.h"
 #include "Writers.h"
-#include "colour/Palettes.h"
 
 namespace fixtures {
 

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "RecordingHost.h"
-#include "Writers.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
+#include "RecordingHost.h"
+#include "Writers.h"
 
 using namespace fixtures;
 

@@ -4,10 +4,10 @@
 #include <filesystem>
 #include <ostream>
 
-#include "RecordingHost.h"
-#include "Writers.h"
 #include "archive/UsefulCode.h"
 #include "descriptions/DescriptionFiles.h"
+#include "RecordingHost.h"
+#include "Writers.h"
 
 using namespace fixtures;
 

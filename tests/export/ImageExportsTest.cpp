@@ -10,10 +10,10 @@
 #include <cstdlib>
 #include <set>
 
-#include "RecordingHost.h"
-#include "Writers.h"
 #include "colour/Palettes.h"
 #include "export/ImageExports.h"
+#include "RecordingHost.h"
+#include "Writers.h"
 
 using namespace fixtures;
 using nlohmann::json;

@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include "RecordingHost.h"
-#include "Writers.h"
+#include "base/Functions.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
 #include "export/SLPExports.h"
-#include "shell/Functions.h"
+#include "RecordingHost.h"
+#include "Writers.h"
 
 using namespace fixtures;
 

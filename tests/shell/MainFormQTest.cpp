@@ -9,9 +9,9 @@
 #include <QScrollBar>
 #include <QTest>
 
-#include "WindowFixture.h"
-#include "shell/Preview.h"
+#include "archive/Preview.h"
 #include "shell/QtPlatform.h"
+#include "WindowFixture.h"
 
 using namespace fixtures;
 namespace fs = std::filesystem;

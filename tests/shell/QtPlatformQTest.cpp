@@ -12,10 +12,10 @@
 
 #include <deque>
 
-#include "WindowFixture.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
 #include "shell/QtPlatform.h"
+#include "WindowFixture.h"
 
 using namespace fixtures;
 

@@ -7,10 +7,10 @@
 #include <optional>
 #include <random>
 
-#include "RecordingHost.h"
-#include "Writers.h"
 #include "colour/Palettes.h"
+#include "RecordingHost.h"
 #include "slp/SLPCodeNew.h"
+#include "Writers.h"
 
 using namespace fixtures;
 

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 
-#include "RecordingHost.h"
-#include "Writers.h"
 #include "colour/Palettes.h"
+#include "RecordingHost.h"
 #include "slp/SLPCode.h"
+#include "Writers.h"
 
 using namespace fixtures;
 

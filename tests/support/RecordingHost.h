@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "shell/Host.h"
+#include "base/Host.h"
 #include "surface/cDIBSection.h"
 
 namespace fixtures {

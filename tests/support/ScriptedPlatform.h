@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "base/Platform.h"
 #include "RecordingHost.h"
-#include "shell/Platform.h"
 
 namespace fixtures {
 

@@ -13,11 +13,11 @@
 #include <QMenu>
 #include <QTemporaryDir>
 
-#include "ScriptedPlatform.h"
-#include "Writers.h"
 #include "archive/UsefulCode.h"
+#include "ScriptedPlatform.h"
 #include "shell/Controls.h"
 #include "shell/MainForm.h"
+#include "Writers.h"
 
 namespace fixtures {
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "RecordingHost.h"
-#include "Writers.h"
 #include "surface/cDIBSection.h"
+#include "Writers.h"
 
 using namespace fixtures;
 

@@ -1,8 +1,8 @@
-#include "shell/Preview.h"
+#include "archive/Preview.h"
 
 #include <vector>
 
-#include "shell/Files.h"
+#include "base/Files.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "shell/Files.h"
+#include "base/Files.h"
 
 #include <algorithm>
 #include <filesystem>

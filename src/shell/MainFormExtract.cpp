@@ -7,9 +7,9 @@
 
 #include "archive/DRSCode.h"
 #include "archive/EntryFiles.h"
+#include "base/Files.h"
+#include "base/Functions.h"
 #include "shell/Controls.h"
-#include "shell/Files.h"
-#include "shell/Functions.h"
 #include "shell/MainForm.h"
 
 namespace {

@@ -8,11 +8,11 @@
 #include <algorithm>
 #include <iterator>
 
-#include "shell/Controls.h"
-#include "shell/Functions.h"
-#include "shell/MainForm.h"
+#include "base/Files.h"
+#include "base/Functions.h"
 #include "export/ImageExports.h"
-#include "shell/Files.h"
+#include "shell/Controls.h"
+#include "shell/MainForm.h"
 #include "slp/SLPCode.h"
 
 namespace {

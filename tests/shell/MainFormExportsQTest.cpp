@@ -6,8 +6,8 @@
 #include <QScrollBar>
 #include <QTest>
 
-#include "WindowFixture.h"
 #include "colour/Palettes.h"
+#include "WindowFixture.h"
 
 using namespace fixtures;
 namespace fs = std::filesystem;

@@ -1,4 +1,4 @@
-#include "shell/RichText.h"
+#include "base/RichText.h"
 
 #include <algorithm>
 

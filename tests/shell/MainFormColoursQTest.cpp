@@ -5,9 +5,9 @@
 #include <QLabel>
 #include <QTest>
 
-#include "WindowFixture.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
+#include "WindowFixture.h"
 
 using namespace fixtures;
 

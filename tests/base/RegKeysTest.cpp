@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <optional>
 
+#include "base/RegKeys.h"
 #include "RecordingHost.h"
-#include "shell/RegKeys.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "shell/Outcome.h"
+#include "base/Outcome.h"
 
 // An open file that is only ever read, at absolute positions: nothing depends on where it stands
 // between two reads. The archive is kept open through one of these.

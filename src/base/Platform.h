@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "shell/Host.h"
+#include "base/Host.h"
 
 class cDIBSection;
 

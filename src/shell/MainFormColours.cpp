@@ -7,10 +7,10 @@
 #include <QAction>
 
 #include "archive/UsefulCode.h"
+#include "base/Functions.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
 #include "shell/Controls.h"
-#include "shell/Functions.h"
 #include "shell/MainForm.h"
 #include "shell/QtPlatform.h"
 

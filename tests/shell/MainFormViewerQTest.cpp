@@ -8,9 +8,9 @@
 #include <QTimer>
 #include <QWheelEvent>
 
-#include "WindowFixture.h"
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
+#include "WindowFixture.h"
 
 using namespace fixtures;
 

@@ -1,4 +1,4 @@
-#include "shell/Functions.h"
+#include "base/Functions.h"
 
 #include <array>
 #include <filesystem>

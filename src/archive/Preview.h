@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "shell/Outcome.h"
+#include "base/Outcome.h"
 
 inline constexpr std::string_view SpriteNoticeRTF = R"({\rtf1{\colortbl ;\red128\green0\blue0;}\cf1 (displaying graphic)})";
 inline constexpr std::string_view SoundNoticeRTF = R"({\rtf1{\colortbl ;\red0\green128\blue0;}\cf1 (playing sound file)})";

@@ -1,4 +1,4 @@
-#include "shell/RegKeys.h"
+#include "base/RegKeys.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -6,8 +6,8 @@
 #include <optional>
 #include <vector>
 
-#include "shell/Files.h"
-#include "shell/Functions.h"
+#include "base/Files.h"
+#include "base/Functions.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "shell/Preview.h"
-#include "shell/RichText.h"
+#include "archive/Preview.h"
+#include "base/RichText.h"
 
 using namespace std::literals;
 

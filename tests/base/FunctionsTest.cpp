@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "shell/Functions.h"
+#include "base/Functions.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "archive/Preview.h"
 #include "RecordingHost.h"
-#include "shell/Preview.h"
 
 using namespace fixtures;
 using namespace std::literals;

@@ -1,0 +1,2 @@
+// Must not compile: the core sees no Qt header.
+#include <QWidget>
