@@ -186,7 +186,7 @@ void CatalogueOfLargestArchive(benchmark::State& state) {
     CatalogueCase& c = CatalogueFixture();
     for (auto _ : state) {
         CatalogueResult read = ReadDRSCatalogue(c.Archive, Quiet());
-        if (read.Code != CatalogueBuilt) return state.SkipWithError(read.Detail.c_str());
+        if (!read) return state.SkipWithError(read.Detail.c_str());
     }
 }
 
@@ -588,7 +588,7 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 1;
 
     ResetColourChoices();
-    if (LoadPalette("", Quiet()).State != PaletteLoad::Loaded) return 1;
+    if (!LoadPalette("")) return 1;
     RegisterAll();
     RecordingReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -311,7 +311,7 @@ Bytes MakeSprite(const std::function<FrameFixture(int, int)>& draw, int frames, 
 // The default palette with the player band turned from blue to red.
 Bytes RedPlayerPalette() {
     QuietHost host;
-    (void)LoadPalette("", host);
+    (void)LoadPalette("");
     std::array<uint32_t, 256> colours = Palette;
     const uint32_t reds[8] = {RGB(82, 0, 0),    RGB(130, 16, 0),  RGB(170, 30, 12),  RGB(200, 50, 30),
                               RGB(228, 80, 60), RGB(245, 120, 100), RGB(255, 170, 150), RGB(255, 220, 210)};

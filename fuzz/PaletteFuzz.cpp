@@ -5,10 +5,9 @@
 #include "FuzzSupport.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    fuzzing::AgreeingHost host;
     const bool act = size > 0 && (data[0] & 1) != 0;
     const std::string path = fuzzing::WriteInput(act ? "colours.act" : "colours.pal", data, size);
-    (void)LoadPalette(path, host);
-    (void)LoadAnyPalette(path, host);
+    (void)LoadPalette(path);
+    (void)LoadAnyPalette(path);
     return 0;
 }

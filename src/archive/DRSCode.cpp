@@ -28,16 +28,15 @@ bool ReadExactly(ReadOnlyFile& file, int64_t offset, std::span<uint8_t> out) {
     return file.ReadAt(offset, out) == out.size();
 }
 
-CatalogueResult Damaged(std::string detail) { return {CatalogueDamaged, std::move(detail)}; }
+CatalogueResult Damaged(std::string detail) { return Outcome::Failure(Fault::Damaged, std::move(detail)); }
 
-// The flavour's header position, or 0 when the user declines a file of neither flavour.
-int32_t HeaderPosition(ReadOnlyFile& archive, Host& host) {
+// The flavour's header position; for a file of neither flavour, 40 when it is to be read anyway, else 0.
+int32_t HeaderPosition(ReadOnlyFile& archive, bool readAnyway) {
     std::array<uint8_t, 28> magic{};
     const size_t got = archive.ReadAt(0, magic);
     const std::string_view text(reinterpret_cast<const char*>(magic.data()), got);
     if (const int32_t headerAt = HeaderAtOfMagic(text); headerAt != 0) return headerAt;
-    if (host.ShowMessage(InvalidFormatQuestion, MessageStyle::OkCancel) == MessageAnswer::OK) return HeaderAt1997;
-    return 0;
+    return readAnyway ? HeaderAt1997 : 0;
 }
 
 std::string HeadingText(const DRSTableRecord& table) {
@@ -62,9 +61,9 @@ std::string ReverseTypeTag(std::string_view tag) {
     return name;
 }
 
-CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host) {
-    const int32_t headerAt = HeaderPosition(archive, host);
-    if (headerAt == 0) return {CatalogueRefused, "not an archive of a known flavour"};
+CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host, bool readAnyway) {
+    const int32_t headerAt = HeaderPosition(archive, readAnyway);
+    if (headerAt == 0) return Outcome::Failure(Fault::NotThisKind, "not an archive of a known flavour");
 
     std::array<uint8_t, HeaderRecordSize> header{};
     if (!ReadExactly(archive, headerAt, header)) return Damaged("the header is cut off");
@@ -124,11 +123,11 @@ CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host) {
     host.SetListVisible(false);
     host.AddListRows(rows);
     host.SetListVisible(true);
-    return {CatalogueBuilt, {}};
+    return Outcome::Success();
 }
 
 CatalogueResult ReadSpriteCatalogue(ReadOnlyFile& file, const std::string& rowText, Host& host) {
-    const auto notASprite = [](std::string detail) { return CatalogueResult{CatalogueRefused, std::move(detail)}; };
+    const auto notASprite = [](std::string detail) { return Outcome::Failure(Fault::NotThisKind, std::move(detail)); };
     std::array<uint8_t, 28> magic{};
     const std::string_view start(reinterpret_cast<const char*>(magic.data()), file.ReadAt(0, magic));
     if (HeaderAtOfMagic(start) != 0) return notASprite("an archive");
@@ -142,7 +141,7 @@ CatalogueResult ReadSpriteCatalogue(ReadOnlyFile& file, const std::string& rowTe
     if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) return notASprite(read.Detail);
     cDIBSection image, mask;
     QuietHost nobody;
-    if (const DecodeResult decoded = DecodeSLPFrame(sprite, frames[0], image, mask, false, nobody); decoded.Code != DecodeFinished) {
+    if (const DecodeResult decoded = DecodeSLPFrame(sprite, frames[0], image, mask, false, nobody); decoded.Code != Fault::None) {
         return notASprite("its first frame does not decode: " + decoded.Detail);
     }
 
@@ -152,20 +151,19 @@ CatalogueResult ReadSpriteCatalogue(ReadOnlyFile& file, const std::string& rowTe
     host.SetListVisible(false);
     host.AddListRows(rows);
     host.SetListVisible(true);
-    return {CatalogueBuilt, {}};
+    return Outcome::Success();
 }
 
 Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const CatalogueRow& row, Host& host) {
     host.SetStatusText("Reading data...");
 
     std::FILE* out = nullptr;
-    auto fail = [&](std::string detail) {
+    auto fail = [&](Fault code, std::string detail) {
         if (out) std::fclose(out);
-        host.ShowMessage("Error saving file!", MessageStyle::Plain);
-        return Outcome::Failure(std::move(detail));
+        return Outcome::Failure(code, std::move(detail));
     };
     // The copy replaces what stands at path: that must never be the archive it comes from.
-    if (IsHeldOpenForReading(path)) return fail("refusing to replace an open archive with one of its entries");
+    if (IsHeldOpenForReading(path)) return fail(Fault::HeldOpen, "refusing to replace an open archive with one of its entries");
 
     // Never reuse or append to an existing file, and never write through a link: what stands at path
     // goes, and the new file is created exclusively, so a link planted in between makes the copy fail
@@ -177,15 +175,15 @@ Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const C
     out = fd < 0 ? nullptr : ::fdopen(fd, "wb");
     if (!out) {
         if (fd >= 0) ::close(fd);
-        return fail("cannot create " + path);
+        return fail(Fault::CannotWrite, "cannot create " + path);
     }
-    if (!archive.IsOpen()) return fail("no archive is open");
-    if (row.Offset < 0 || row.Size < 0) return fail("the entry has a negative offset or size");
+    if (!archive.IsOpen()) return fail(Fault::Missing, "no archive is open");
+    if (row.Offset < 0 || row.Size < 0) return fail(Fault::Damaged, "the entry has a negative offset or size");
 
     // The block counter is 16-bit: with exactly 32,767 whole blocks they are written before the
     // counter overflows; with more, nothing is.
     const int64_t blocks = row.Size / BlockSize;
-    if (blocks > 32767) return fail("an entry of " + std::to_string(row.Size) + " bytes is too large to copy");
+    if (blocks > 32767) return fail(Fault::OutOfLimits, "an entry of " + std::to_string(row.Size) + " bytes is too large to copy");
     const int64_t toCopy = blocks == 32767 ? int64_t{EntrySizeLimit} : row.Size;
 
     std::vector<uint8_t> buffer(static_cast<size_t>(std::min<int64_t>(toCopy, CopyBufferSize)));
@@ -193,31 +191,31 @@ Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const C
     while (copied < toCopy) {
         const size_t want = static_cast<size_t>(std::min<int64_t>(toCopy - copied, CopyBufferSize));
         const size_t got = archive.ReadAt(int64_t{row.Offset} + copied, {buffer.data(), want});
-        if (got > 0 && std::fwrite(buffer.data(), 1, got, out) != got) return fail("cannot write " + path);
+        if (got > 0 && std::fwrite(buffer.data(), 1, got, out) != got) return fail(Fault::CannotWrite, "cannot write " + path);
         copied += static_cast<int64_t>(got);
-        if (got < want) return fail("the entry runs past the end of the archive");
+        if (got < want) return fail(Fault::Damaged, "the entry runs past the end of the archive");
     }
-    if (blocks == 32767) return fail("an entry of " + std::to_string(row.Size) + " bytes is too large to copy");
+    if (blocks == 32767) return fail(Fault::OutOfLimits, "an entry of " + std::to_string(row.Size) + " bytes is too large to copy");
 
     const bool closed = std::fclose(out) == 0;
     out = nullptr;
-    if (!closed) return fail("cannot write " + path);
+    if (!closed) return fail(Fault::CannotWrite, "cannot write " + path);
     host.SetStatusText("Finished reading data");
     return Outcome::Success();
 }
 
 Outcome ReadEntryBytes(ReadOnlyFile& archive, const CatalogueRow& row, std::vector<uint8_t>& bytes) {
     bytes.clear();
-    if (!archive.IsOpen()) return Outcome::Failure("no archive is open");
-    if (row.Offset < 0 || row.Size < 0) return Outcome::Failure("the entry has a negative offset or size");
+    if (!archive.IsOpen()) return Outcome::Failure(Fault::Missing, "no archive is open");
+    if (row.Offset < 0 || row.Size < 0) return Outcome::Failure(Fault::Damaged, "the entry has a negative offset or size");
     if (row.Size / BlockSize >= 32767) {
-        return Outcome::Failure("an entry of " + std::to_string(row.Size) + " bytes is too large to copy");
+        return Outcome::Failure(Fault::OutOfLimits, "an entry of " + std::to_string(row.Size) + " bytes is too large to copy");
     }
-    if (int64_t{row.Offset} + row.Size > archive.Size()) return Outcome::Failure("the entry runs past the end of the archive");
+    if (int64_t{row.Offset} + row.Size > archive.Size()) return Outcome::Failure(Fault::Damaged, "the entry runs past the end of the archive");
     bytes.resize(static_cast<size_t>(row.Size));
     if (archive.ReadAt(row.Offset, bytes) != bytes.size()) {
         bytes.clear();
-        return Outcome::Failure("the entry runs past the end of the archive");
+        return Outcome::Failure(Fault::Damaged, "the entry runs past the end of the archive");
     }
     return Outcome::Success();
 }

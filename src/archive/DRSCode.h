@@ -67,31 +67,36 @@ struct DRSEntryRecord {
     int32_t Size = 0;
 };
 
-inline constexpr int16_t CatalogueBuilt = 0;
-inline constexpr int16_t CatalogueRefused = 1;  // the user declined an archive of neither flavour
-inline constexpr int16_t CatalogueDamaged = 2;  // the directory is truncated or out of range
+// How a catalogue read ended, by its Code: None when it is built; NotThisKind for a file of neither
+// flavour that may not be read as one, or no sprite; Damaged when the directory is cut off or out of
+// range.
+using CatalogueResult = Outcome;
 
-struct [[nodiscard]] CatalogueResult {
-    int16_t Code = CatalogueBuilt;
-    std::string Detail;
-};
+// The 16-bit numbers the catalogue's readers are known by: 0 built, 1 refused, 2 damaged.
+inline constexpr int16_t CatalogueBuilt = 0;
+inline constexpr int16_t CatalogueRefused = 1;
+inline constexpr int16_t CatalogueDamaged = 2;
+inline int16_t CatalogueCode(const CatalogueResult& result) {
+    return result.Ok() ? CatalogueBuilt : result.Code == Fault::NotThisKind ? CatalogueRefused : CatalogueDamaged;
+}
 
 // Reads the archive's directory, replaces DRSCatalogue and fills the host's list: a heading row per
-// table, a row per entry. On any code but CatalogueBuilt, DRSCatalogue and the list are untouched.
-CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host);
+// table, a row per entry. A file of neither flavour is refused unless readAnyway, when it is read as
+// the flavour whose header lies at 40 (the window asks InvalidFormatQuestion first). On any failure,
+// DRSCatalogue and the list are untouched.
+CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host, bool readAnyway = false);
 
 // A file that is no archive of either flavour but a sprite, shown as an archive of one entry: the list
 // gets the heading "--SLP (1)--" and one SLP row of that text, the catalogue one row for the whole
 // file (ID 0). A sprite is a file whose header and frame table lie inside it and whose first frame
-// decodes whole. Anything else is CatalogueRefused, with DRSCatalogue and the list untouched, and
-// nothing asked.
+// decodes whole. Anything else is refused (NotThisKind), with DRSCatalogue and the list untouched.
 CatalogueResult ReadSpriteCatalogue(ReadOnlyFile& file, const std::string& rowText, Host& host);
 
 // The fourth, third and second character of a table tag, upper-cased: "nibX"... reads "BIN".
 std::string ReverseTypeTag(std::string_view tag);
 
 // Copies the entry's Size bytes at Offset into a new file at path, replacing what stood there.
-// On failure it shows "Error saving file!", keeps what was written, and says why.
+// On failure it keeps what was written and says why; the window then shows "Error saving file!".
 Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const CatalogueRow& row, Host& host);
 
 // The entry's bytes, in memory, for brindle-cli: the same limits as ReadResourceData, but no file, no

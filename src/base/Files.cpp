@@ -99,24 +99,24 @@ size_t ReadOnlyFile::ReadAt(int64_t offset, std::span<uint8_t> out) {
 Outcome ReadWholeFile(const std::string& path, size_t maxBytes, std::vector<uint8_t>& bytes) {
     bytes.clear();
     ReadOnlyFile file;
-    if (!file.Open(path)) return Outcome::Failure("cannot open " + path);
+    if (!file.Open(path)) return Outcome::Failure(Fault::CannotOpen, "cannot open", path);
     if (static_cast<uint64_t>(file.Size()) > maxBytes) {
-        return Outcome::Failure(path + " is larger than " + std::to_string(maxBytes) + " bytes");
+        return Outcome::Failure(Fault::OutOfLimits, "is larger than " + std::to_string(maxBytes) + " bytes", path);
     }
     bytes.resize(static_cast<size_t>(file.Size()));
     if (file.ReadAt(0, bytes) != bytes.size()) {
         bytes.clear();
-        return Outcome::Failure("cannot read " + path);
+        return Outcome::Failure(Fault::CannotRead, "cannot read", path);
     }
     return Outcome::Success();
 }
 
 Outcome WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes) {
-    if (IsHeldOpenForReading(path)) return Outcome::Failure("refusing to write over " + path + ", which is open for reading");
+    if (IsHeldOpenForReading(path)) return Outcome::Failure(Fault::HeldOpen, "refusing to write over a file open for reading", path);
     std::FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file) return Outcome::Failure("cannot create " + path);
+    if (!file) return Outcome::Failure(Fault::CannotWrite, "cannot create", path);
     std::setvbuf(file, nullptr, _IONBF, 0);  // one write for the whole file
     const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
     const bool closed = std::fclose(file) == 0;
-    return written && closed ? Outcome::Success() : Outcome::Failure("cannot write " + path);
+    return written && closed ? Outcome::Success() : Outcome::Failure(Fault::CannotWrite, "cannot write", path);
 }

@@ -61,15 +61,13 @@ uint32_t ParseColour(const std::string& text) {
 
 // Loads the palette file at path ("-": standard input) into Palette, or says in one line why not. Any
 // format Brindle knows: JASC-PAL as the window reads it, then the others by their content.
-bool LoadPaletteFile(const std::string& command, const std::string& path, CliHost& host) {
+bool LoadPaletteFile(const std::string& command, const std::string& path) {
     const std::string name = path == "-" ? "standard input" : path;
-    const PaletteResult loaded = path == "-" ? LoadAnyPalette(std::cin, name, host) : LoadAnyPalette(path, host);
+    const PaletteResult loaded = path == "-" ? LoadAnyPalette(std::cin, name) : LoadAnyPalette(path);
     // "Not valid palette file!", and the formats there are
-    if (loaded.State == PaletteLoad::Refused) Complain(command, name, host.LastMessage() + ' ' + loaded.Detail);
-    if (loaded.State == PaletteLoad::Failed) {
-        Complain(command, name, loaded.Detail.starts_with("cannot open") ? UnreadableReason(path) : ReasonOf(loaded.Detail, name));
-    }
-    return loaded.State == PaletteLoad::Loaded;
+    if (loaded.Code == Fault::NotThisKind) Complain(command, name, std::string(NotValidPaletteMessage) + ' ' + loaded.Detail);
+    else if (!loaded) Complain(command, name, ReasonFor(loaded, path));
+    return loaded.Ok();
 }
 
 // Whether the frame the command line names is one of the sprite's; a number beyond them is a usage
@@ -88,7 +86,7 @@ bool OpenSprite(const Options& options, Outputs& outputs, SLPFile& sprite, std::
     }
     SLPHeader header;
     if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) {
-        Complain(options.Command, name, ReasonOf(read.Detail, name));
+        Complain(options.Command, name, ReasonFor(read, name));
         return false;
     }
     return true;
@@ -165,7 +163,7 @@ int StageAndPlace(const Options& options, const std::string& name, const std::st
     const Outcome exported = run(staging.Path() + FileOfPath(base), report);
     const std::vector<std::string>& unfinished = report.Unfinished;
     if (!exported) {
-        Complain(options.Command, name, ReasonOf(exported.Detail, name));
+        Complain(options.Command, name, ReasonFor(exported, name));
         if (!options.KeepGoing) return ExitFailed;
     }
     int failed = 0;
@@ -208,11 +206,11 @@ bool ExportBase(const Options& options, std::string& base) {
 
 }  // namespace
 
-bool PrepareColours(const Options& options, CliHost& host, Outputs& outputs) {
+bool PrepareColours(const Options& options, Outputs& outputs) {
     ResetColourChoices();
-    (void)LoadPalette("", host);  // the default palette always loads
+    (void)LoadPalette("");  // the default palette always loads
     if (!options.PalettePath.empty()) {
-        if (!LoadPaletteFile(options.Command, options.PalettePath, host)) return false;
+        if (!LoadPaletteFile(options.Command, options.PalettePath)) return false;
         outputs.AddInput(options.PalettePath);
     }
     if (!options.Mask.empty()) MaskColour = ParseColour(options.Mask);
@@ -343,7 +341,7 @@ int RunInfo(const Options& options) {
     std::vector<std::pair<size_t, std::string>> damaged;
     for (size_t i = 0; i < frames.size(); ++i) {
         const DecodeResult decoded = DecodeSLPFrame(sprite, frames[i], image, mask, false, host);
-        if (decoded.Code == DecodeDamaged) damaged.emplace_back(i + 1, decoded.Detail);
+        if (decoded.Code == Fault::Damaged) damaged.emplace_back(i + 1, decoded.Detail);
     }
 
     std::string text;
@@ -382,13 +380,13 @@ int RunFrame(const Options& options) {
     if (!OpenSprite(options, outputs, sprite, name, frames)) return ExitFailed;
     if (!FrameInRange(options, name, frames)) return ExitUsage;
     CliHost host;
-    if (!PrepareColours(options, host, outputs)) return ExitFailed;
+    if (!PrepareColours(options, outputs)) return ExitFailed;
     cDIBSection image, mask;
     LayerColours colours = ScreenColours();
     colours.Player = options.Player;
     const DecodeResult decoded =
         DecodeSLPFrame(sprite, frames[static_cast<size_t>(options.Frame - 1)], image, mask, false, host, colours);
-    if (decoded.Code == DecodeDamaged) {
+    if (decoded.Code == Fault::Damaged) {
         Complain(options.Command, name, "frame " + std::to_string(options.Frame) + ": " + decoded.Detail);
         return ExitFailed;
     }
@@ -408,7 +406,7 @@ int RunDesignExport(const Options& options, std::vector<std::string> (*names)(co
     std::vector<SLPFrameInfo> frames;
     CliHost host;
     if (!ExportBase(options, base) || !OpenSprite(options, outputs, sprite, name, frames) ||
-        !PrepareColours(options, host, outputs)) {
+        !PrepareColours(options, outputs)) {
         return ExitFailed;
     }
     return StageAndPlace(options, name, base, names(base, frames.size()), bytes(frames), outputs,
@@ -441,8 +439,7 @@ int RunSequence(const Options& options) { return RunDesignExport(options, Sequen
 int RunSLX(const Options& options) { return RunDesignExport(options, BundleNames, BundleFileBytes, ExportSLX); }
 
 int RunPalette(const Options& options) {
-    CliHost host;
-    if (!LoadPaletteFile(options.Command, options.Source, host)) return ExitFailed;
+    if (!LoadPaletteFile(options.Command, options.Source)) return ExitFailed;
     std::string text;
     for (uint32_t colour : Palette)
         text += std::to_string(colour & 0xFF) + ' ' + std::to_string(colour >> 8 & 0xFF) + ' ' + std::to_string(colour >> 16 & 0xFF) + '\n';
@@ -478,7 +475,7 @@ int RunExport(const Options& options) {
     std::string name;
     std::vector<SLPFrameInfo> frames;
     CliHost host;
-    if (!OpenSprite(options, outputs, sprite, name, frames) || !PrepareColours(options, host, outputs)) return ExitFailed;
+    if (!OpenSprite(options, outputs, sprite, name, frames) || !PrepareColours(options, outputs)) return ExitFailed;
     if (options.Frame != 0 && !FrameInRange(options, name, frames)) return ExitUsage;
     const std::vector<std::string> names = ImageExportNames(format, settings, options.Out, int32_t(frames.size()));
     if (options.Out == "-" && names.size() > 1) return Usage(options, "this format writes several files: give a name, not -");
@@ -490,7 +487,7 @@ int RunExport(const Options& options) {
     std::vector<int32_t> damaged;  // with --keep-going: the frames left out
     if (Outcome exported = ExportImages(sprite, format, settings, options.Out, files, notes, host, options.KeepGoing ? &damaged : nullptr);
         !exported) {
-        Complain(options.Command, name, ReasonOf(exported.Detail, name));
+        Complain(options.Command, name, ReasonFor(exported, name));
         return ExitFailed;
     }
     for (const std::string& note : notes) Complain(options.Command, name, note);
@@ -565,7 +562,7 @@ int RunThumbnail(const Options& options) {
     if (archived) {
         if (options.Source == "-") archive.OpenBytes("standard input", std::move(bytes));
         CliHost host;
-        if (ReadDRSCatalogue(archive, host).Code != CatalogueBuilt) {
+        if (!ReadDRSCatalogue(archive, host)) {
             Complain(options.Command, options.Source, "damaged archive");
             return ExitFailed;
         }
@@ -603,11 +600,11 @@ int RunThumbnail(const Options& options) {
     }
     CliHost host;
     ResetColourChoices();
-    (void)LoadPalette("", host);
+    (void)LoadPalette("");
     RgbaPicture thumbnail;
     std::vector<uint8_t> png;
     if (Outcome made = MakeThumbnail(sprite, options.Size, thumbnail, host); !made) {
-        Complain(options.Command, options.Source, ReasonOf(made.Detail, options.Source));
+        Complain(options.Command, options.Source, ReasonFor(made, options.Source));
         return ExitFailed;
     }
     if (Outcome encoded = EncodePng(thumbnail, png); !encoded) {

@@ -61,4 +61,4 @@ struct ImageExportOptions;
 ImageFormat ImageFormatOf(const std::string& name);
 ImageExportOptions ImageOptionsOf(const Options& options);
 // The palette and the four colours as the options say, everything else at its start value.
-bool PrepareColours(const Options& options, CliHost& host, Outputs& outputs);
+bool PrepareColours(const Options& options, Outputs& outputs);

@@ -100,7 +100,7 @@ int RunConvert(const Options& options) {
     Outputs archiveOnly(options.Command, false);
     if (!LoadArchive(options.Command, options.Source, options.Force, options.Table, archive, host, archiveOnly)) return ExitFailed;
     const std::vector<ListRow>& rows = host.Rows();
-    if (!PrepareColours(options, host, archiveOnly)) return ExitFailed;
+    if (!PrepareColours(options, archiveOnly)) return ExitFailed;
 
     // The sprites, in the folders extract-all makes; png and bmp sequences each in a folder of the ID.
     const bool sequence = options.Format == "png" || options.Format == "bmp";
@@ -126,7 +126,7 @@ int RunConvert(const Options& options) {
                 const std::lock_guard<std::mutex> lock(archiveReads);
                 read = ReadEntryBytes(archive, DRSCatalogue[job.Row], sprite.Bytes);
             }
-            bool ok = read.Ok;
+            bool ok = read.Ok();
             if (!ok) Complain(options.Command, name, read.Detail);
             else ok = ConvertOne(options, job, sprite, name, quiet);
             failed += ok ? 0 : 1;

@@ -29,10 +29,8 @@ std::string UnreadableReason(const std::string& path) {
     return "cannot be read";
 }
 
-std::string ReasonOf(const std::string& detail, const std::string& path) {
-    if (!path.empty() && detail.starts_with(path + ": ")) return detail.substr(path.size() + 2);
-    if (!path.empty() && detail.starts_with(path + " ")) return detail.substr(path.size() + 1);
-    return detail;
+std::string ReasonFor(const Outcome& failure, const std::string& path) {
+    return failure.Code == Fault::CannotOpen ? UnreadableReason(path) : failure.Detail;
 }
 
 bool ReadStandardInput(const std::string& command, size_t maxBytes, std::vector<uint8_t>& bytes) {
@@ -79,9 +77,9 @@ bool LoadArchive(const std::string& command, const std::string& path, bool force
         return false;
     }
     outputs.AddInput(path);
-    const CatalogueResult read = ReadDRSCatalogue(archive, host);
-    if (read.Code == CatalogueBuilt) return TableExists(command, path, host.Rows(), table);
-    if (read.Code == CatalogueRefused && !force) {
+    const CatalogueResult read = ReadDRSCatalogue(archive, host, force);
+    if (read) return TableExists(command, path, host.Rows(), table);
+    if (read.Code == Fault::NotThisKind) {
         Complain(command, path, "not a DRS archive (use --force to read it anyway)");
     } else {
         Complain(command, path, "damaged archive: " + read.Detail);
@@ -157,7 +155,7 @@ bool LoadSprite(const std::string& command, const std::string& source, const std
     } else {
         name = source;
         if (Outcome read = ReadWholeFile(source, MaxSLPFileBytes, sprite.Bytes); !read) {
-            Complain(command, source, read.Detail.starts_with("cannot open") ? UnreadableReason(source) : ReasonOf(read.Detail, source));
+            Complain(command, source, ReasonFor(read, source));
             return false;
         }
         outputs.AddInput(source);

@@ -16,8 +16,10 @@
 // The one-line reason a file can't be read: the system's own words where it has them.
 std::string UnreadableReason(const std::string& path);
 
-// A core routine's detail without the file name it begins with, which the line names already.
-std::string ReasonOf(const std::string& detail, const std::string& path);
+// The reason for a core routine's failure to read path, told by its code: the system's own words when
+// the file could not be opened, the routine's detail otherwise (which leaves out the file's name, as
+// the line names it already).
+std::string ReasonFor(const Outcome& failure, const std::string& path);
 
 // Opens an archive (or standard input) and reads its catalogue into DRSCatalogue and the host's rows.
 // The archive becomes an input of outputs. A table filter (--table) must name one of its tables.

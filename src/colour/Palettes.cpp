@@ -96,33 +96,32 @@ void LoadDefaultPalette() {
 
 }  // namespace
 
-PaletteResult LoadPalette(const std::string& FileName, Host& host) {
+PaletteResult LoadPalette(const std::string& FileName) {
     if (FileName.empty()) {
         LoadDefaultPalette();
         return {};
     }
 
     std::ifstream in = OpenRegularFile(FileName);
-    if (!in.is_open()) return {PaletteLoad::Failed, "cannot open " + FileName};
-    return LoadPalette(in, FileName, host);
+    if (!in.is_open()) return Outcome::Failure(Fault::CannotOpen, "cannot open", FileName);
+    return LoadPalette(in, FileName);
 }
 
-PaletteResult LoadPalette(std::istream& in, const std::string& FileName, Host& host) {
+PaletteResult LoadPalette(std::istream& in, const std::string& FileName) {
     std::string item;
-    if (!ReadItem(in, item)) return {PaletteLoad::Failed, FileName + " is empty"};
-    if (item != "JASC-PAL") {
-        host.ShowMessage("Not valid palette file!", MessageStyle::Plain);
-        return {PaletteLoad::Refused, FileName + " does not begin with JASC-PAL"};
-    }
+    if (!ReadItem(in, item)) return Outcome::Failure(Fault::Damaged, "is empty", FileName);
+    if (item != "JASC-PAL") return Outcome::Failure(Fault::NotThisKind, "does not begin with JASC-PAL", FileName);
     for (int skipped = 0; skipped < 2; ++skipped) {  // version and number of colours
-        if (!ReadItem(in, item)) return {PaletteLoad::Failed, FileName + " ends before its first colour"};
+        if (!ReadItem(in, item)) return Outcome::Failure(Fault::Damaged, "ends before its first colour", FileName);
     }
     for (size_t index = 0; index < Palette.size(); ++index) {
         if (!ReadItem(in, item)) {
-            return {PaletteLoad::Failed, FileName + " ends after " + std::to_string(index) + " colours"};
+            return Outcome::Failure(Fault::Damaged, "ends after " + std::to_string(index) + " colours", FileName);
         }
         const auto colour = ParseColour(item);
-        if (!colour) return {PaletteLoad::Failed, "colour " + std::to_string(index) + " of " + FileName + " is not three numbers from 0 to 32767"};
+        if (!colour) {
+            return Outcome::Failure(Fault::Damaged, "colour " + std::to_string(index) + " is not three numbers from 0 to 32767", FileName);
+        }
         Palette[index] = *colour;
     }
     return {};
@@ -182,7 +181,7 @@ uint32_t ColourAt(std::string_view bytes, size_t at) {
     return Byte(bytes, at) | Byte(bytes, at + 1) << 8 | Byte(bytes, at + 2) << 16;
 }
 
-PaletteResult Damaged(const std::string& name, const std::string& why) { return {PaletteLoad::Failed, name + ": " + why}; }
+PaletteResult Damaged(const std::string& name, const std::string& why) { return Outcome::Failure(Fault::Damaged, why, name); }
 
 // "RIFF" size "PAL ", then chunks of a four-letter id and a size, each padded to an even length; the
 // "data" chunk holds palVersion 0x0300, a count and four bytes a colour: red, green, blue and flags.
@@ -277,13 +276,13 @@ std::string_view FirstLine(std::string_view text) {
 
 }  // namespace
 
-PaletteResult LoadAnyPalette(const std::string& FileName, Host& host) {
+PaletteResult LoadAnyPalette(const std::string& FileName) {
     std::ifstream in = OpenRegularFile(FileName);
-    if (!in.is_open()) return {PaletteLoad::Failed, std::string("cannot open ") + FileName};
-    return LoadAnyPalette(in, FileName, host);
+    if (!in.is_open()) return Outcome::Failure(Fault::CannotOpen, "cannot open", FileName);
+    return LoadAnyPalette(in, FileName);
 }
 
-PaletteResult LoadAnyPalette(std::istream& in, const std::string& name, Host& host) {
+PaletteResult LoadAnyPalette(std::istream& in, const std::string& name) {
     std::string head = ReadAtMost(in, MaxPaletteFileSize + 1);
     const bool whole = head.size() <= MaxPaletteFileSize;
 
@@ -293,13 +292,15 @@ PaletteResult LoadAnyPalette(std::istream& in, const std::string& name, Host& ho
     if (ReadItem(probe, item) && item == "JASC-PAL") {
         ReplayedStream replayed(head, whole ? nullptr : in.rdbuf());
         std::istream jasc(&replayed);
-        return LoadPalette(jasc, name, host);
+        return LoadPalette(jasc, name);
     }
-    if (head.empty()) return {PaletteLoad::Failed, name + " is empty"};
-    if (!whole) return Damaged(name, std::string("larger than ") + std::to_string(MaxPaletteFileSize >> 20) + " MiB, which no palette file is");
+    if (head.empty()) return Damaged(name, "is empty");
+    if (!whole) {
+        return Outcome::Failure(Fault::OutOfLimits, "larger than " + std::to_string(MaxPaletteFileSize >> 20) + " MiB, which no palette file is", name);
+    }
 
     Colours colours{};  // what a file doesn't fill stays black
-    PaletteResult read{PaletteLoad::Refused, std::string(KnownPaletteFormats)};
+    PaletteResult read = Outcome::Failure(Fault::NotThisKind, std::string(KnownPaletteFormats));
     const std::string_view bytes = head;
     if (bytes.size() >= 12 && bytes.starts_with("RIFF") && bytes.substr(8, 4) == "PAL ") {
         read = ReadRiffPalette(bytes, name, colours);
@@ -308,7 +309,6 @@ PaletteResult LoadAnyPalette(std::istream& in, const std::string& name, Host& ho
     } else if (EndsWithNoCase(name, ".act") && (bytes.size() == 768 || bytes.size() == 772)) {
         read = ReadAdobePalette(bytes, name, colours);
     }
-    if (read.State == PaletteLoad::Refused) host.ShowMessage("Not valid palette file!", MessageStyle::Plain);
-    if (read.State == PaletteLoad::Loaded) Palette = colours;
+    if (read) Palette = colours;
     return read;
 }

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/Host.h"
+#include "base/Outcome.h"
 
 // A colour value: red in bits 0-7, green in 8-15, blue in 16-23, the rest 0.
 constexpr uint32_t RGB(int32_t red, int32_t green, int32_t blue) {
@@ -21,22 +21,21 @@ extern std::array<uint32_t, 256> Palette;
 // The default palette as the program carries it: 256 groups "R G B", divided by commas.
 extern const std::string_view DefaultPaletteText;
 
-enum class PaletteLoad {
-    Loaded,
-    Refused,  // not a JASC-PAL file: "Not valid palette file!" has been shown, Palette is untouched
-    Failed,   // could not be read to the end: the entries read so far stay; the caller tells the user
-              // (LoadAnyPalette: a damaged file of one of the other formats leaves Palette untouched)
-};
+// What the window shows, and brindle-cli says, for a file refused as no palette.
+inline constexpr std::string_view NotValidPaletteMessage = "Not valid palette file!";
 
-struct [[nodiscard]] PaletteResult {
-    PaletteLoad State = PaletteLoad::Loaded;
-    std::string Detail;
-};
+// How a palette load ended, by its Code:
+// - None: loaded.
+// - NotThisKind: not a palette file (for LoadPalette, not JASC-PAL); Palette is untouched. The caller
+//   shows NotValidPaletteMessage.
+// - any other: it could not be read to the end. The entries read so far stay; the caller tells the user.
+//   (LoadAnyPalette: a damaged file of one of the other formats leaves Palette untouched.)
+using PaletteResult = Outcome;
 
 // Empty FileName: the default palette. Otherwise the path of a JASC-PAL file.
-PaletteResult LoadPalette(const std::string& FileName, Host& host);
+PaletteResult LoadPalette(const std::string& FileName);
 // A JASC-PAL file read from a stream, such as brindle-cli's standard input; name stands for it in details.
-PaletteResult LoadPalette(std::istream& in, const std::string& name, Host& host);
+PaletteResult LoadPalette(std::istream& in, const std::string& name);
 
 // The formats that LoadAnyPalette reads, in one line; the Detail of its refusal.
 extern const std::string_view KnownPaletteFormats;
@@ -49,9 +48,9 @@ inline constexpr size_t MaxPaletteFileSize = size_t{1} << 20;
 // (first line "GIMP Palette"); last an Adobe colour table, which has no signature: a name ending in
 // ".act" and a size of 768 bytes, or of 772 with a big-endian colour count and a transparent index
 // behind the colours. Fewer than 256 colours leave the rest black, more are cut at 256.
-// A file of none of these is refused with "Not valid palette file!", its Detail KnownPaletteFormats.
+// A file of none of these is refused as NotThisKind, its Detail KnownPaletteFormats.
 // A damaged file of the other formats, or one larger than MaxPaletteFileSize, fails and leaves Palette
 // as it was.
-PaletteResult LoadAnyPalette(const std::string& FileName, Host& host);
+PaletteResult LoadAnyPalette(const std::string& FileName);
 // The same from a stream; name stands for it in details and tells an Adobe colour table by its ending.
-PaletteResult LoadAnyPalette(std::istream& in, const std::string& name, Host& host);
+PaletteResult LoadAnyPalette(std::istream& in, const std::string& name);

@@ -107,9 +107,9 @@ private:
 }  // namespace
 
 Outcome SaveDescriptionFile(const std::string& FileName) {
-    if (IsHeldOpenForReading(FileName)) return Outcome::Failure("refusing to write descriptions over an open archive");
+    if (IsHeldOpenForReading(FileName)) return Outcome::Failure(Fault::HeldOpen, "refusing to write descriptions over an open archive");
     std::FILE* file = std::fopen(FileName.c_str(), "wb");
-    if (!file) return Outcome::Failure("cannot create " + FileName);
+    if (!file) return Outcome::Failure(Fault::CannotWrite, "cannot create " + FileName);
     // One line at a time: a catalogue of long texts need not be held twice.
     bool written = true;
     std::string line;
@@ -125,7 +125,7 @@ Outcome SaveDescriptionFile(const std::string& FileName) {
         }
     }
     written = std::fclose(file) == 0 && written;
-    if (!written) return Outcome::Failure("cannot write all of " + FileName);
+    if (!written) return Outcome::Failure(Fault::CannotWrite, "cannot write all of " + FileName);
     return Outcome::Success();
 }
 

@@ -32,17 +32,17 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
     if (Outcome measured = CheckedCanvas(frames, canvas); !measured) return measured;
     for (size_t i = 0; i < frames.size(); ++i) {
         if (frames[i].Width > MaxSheetSide || frames[i].Height > MaxSheetSide) {
-            return Outcome::Failure("frame " + std::to_string(i + 1) + " is " + std::to_string(frames[i].Width) + " x " +
+            return Outcome::Failure(Fault::OutOfLimits, "frame " + std::to_string(i + 1) + " is " + std::to_string(frames[i].Width) + " x " +
                                     std::to_string(frames[i].Height) + " pixels, larger than a sheet of 16384 on a side");
         }
     }
     const SheetLayout layout = options.AllPlayers ? LayOutTeamSheet(frames) : LayOutSheet(frames);
     if (layout.Width > MaxSheetSide || layout.Height > MaxSheetSide) {
-        return Outcome::Failure("a sheet of " + std::to_string(layout.Width) + " x " + std::to_string(layout.Height) +
+        return Outcome::Failure(Fault::OutOfLimits, "a sheet of " + std::to_string(layout.Width) + " x " + std::to_string(layout.Height) +
                                 " pixels is larger than 16384 on a side");
     }
     if (int64_t{layout.Width} * layout.Height > int64_t{MaxSheetSide} * MaxSheetSide / 4) {
-        return Outcome::Failure("a sheet of " + std::to_string(layout.Width) + " x " + std::to_string(layout.Height) +
+        return Outcome::Failure(Fault::OutOfLimits, "a sheet of " + std::to_string(layout.Width) + " x " + std::to_string(layout.Height) +
                                 " pixels is larger than Brindle writes");
     }
 

@@ -28,7 +28,7 @@ Outcome CompressRows(const RgbaPicture& picture, std::vector<uint8_t>& compresse
     uLongf length = compressBound(uLong(filtered.size()));
     compressed.resize(length);
     if (compress2(compressed.data(), &length, filtered.data(), uLong(filtered.size()), Z_DEFAULT_COMPRESSION) != Z_OK) {
-        return Outcome::Failure("zlib could not compress a frame");
+        return Outcome::Failure(Fault::CannotWrite, "zlib could not compress a frame");
     }
     compressed.resize(length);
     return Outcome::Success();
@@ -38,9 +38,9 @@ Outcome CompressRows(const RgbaPicture& picture, std::vector<uint8_t>& compresse
 
 Outcome EncodePng(const RgbaPicture& picture, std::vector<uint8_t>& png) {
     png.clear();
-    if (picture.Width < 1 || picture.Height < 1) return Outcome::Failure("a picture of no pixels can't be a PNG file");
+    if (picture.Width < 1 || picture.Height < 1) return Outcome::Failure(Fault::OutOfLimits, "a picture of no pixels can't be a PNG file");
     spng_ctx* context = spng_ctx_new(SPNG_CTX_ENCODER);
-    if (!context) return Outcome::Failure("out of memory");
+    if (!context) return Outcome::Failure(Fault::OutOfLimits, "out of memory");
     spng_set_option(context, SPNG_ENCODE_TO_BUFFER, 1);
     spng_ihdr header{};
     header.width = uint32_t(picture.Width);
@@ -57,7 +57,7 @@ Outcome EncodePng(const RgbaPicture& picture, std::vector<uint8_t>& png) {
         std::free(buffer);
     }
     spng_ctx_free(context);
-    if (error) return Outcome::Failure(std::string("PNG encoder: ") + spng_strerror(error));
+    if (error) return Outcome::Failure(Fault::CannotWrite, std::string("PNG encoder: ") + spng_strerror(error));
     return Outcome::Success();
 }
 
@@ -87,7 +87,7 @@ void ApngWriter::Chunk(const char* type, const std::vector<uint8_t>& data) {
 
 Outcome ApngWriter::Add(const RgbaPicture& frame) {
     if (frame.Width != width_ || frame.Height != height_ || added_ >= frameCount_) {
-        return Outcome::Failure("an animation frame does not fit the animation");
+        return Outcome::Failure(Fault::OutOfLimits, "an animation frame does not fit the animation");
     }
     std::vector<uint8_t> control;
     PutU32(control, sequence_++);
@@ -116,7 +116,7 @@ Outcome ApngWriter::Add(const RgbaPicture& frame) {
 }
 
 Outcome ApngWriter::Finish(std::vector<uint8_t>& png) {
-    if (added_ == 0) return Outcome::Failure("the animation has no frames");
+    if (added_ == 0) return Outcome::Failure(Fault::OutOfLimits, "the animation has no frames");
     if (added_ != frameCount_) {
         // Frames were left out: acTL, behind the signature and IHDR, must count those there are.
         constexpr size_t countAt = 8 + 25 + 8, typeAt = countAt - 4;
@@ -190,8 +190,8 @@ GifWriter::~GifWriter() {
 }
 
 Outcome GifWriter::Add(const RgbaPicture& frame) {
-    if (!impl_->Error.empty()) return Outcome::Failure(impl_->Error);
-    if (frame.Width != impl_->Width || frame.Height != impl_->Height) return Outcome::Failure("an animation frame does not fit the animation");
+    if (!impl_->Error.empty()) return Outcome::Failure(Fault::CannotWrite, impl_->Error);
+    if (frame.Width != impl_->Width || frame.Height != impl_->Height) return Outcome::Failure(Fault::OutOfLimits, "an animation frame does not fit the animation");
     ++impl_->Frames;
 
     // The frame's colours, the most used first, up to 255; the transparent index is the 256th.
@@ -238,15 +238,15 @@ Outcome GifWriter::Add(const RgbaPicture& frame) {
     }
     if (map) GifFreeMapObject(map);
     if (!ok) impl_->Error = "cannot write a frame of the GIF file";
-    return ok ? Outcome::Success() : Outcome::Failure(impl_->Error);
+    return ok ? Outcome::Success() : Outcome::Failure(Fault::CannotWrite, impl_->Error);
 }
 
 Outcome GifWriter::Finish(std::vector<uint8_t>& gif) {
-    if (!impl_->Error.empty()) return Outcome::Failure(impl_->Error);
+    if (!impl_->Error.empty()) return Outcome::Failure(Fault::CannotWrite, impl_->Error);
     int error = 0;
     const bool closed = EGifCloseFile(impl_->Gif, &error) != GIF_ERROR;
     impl_->Gif = nullptr;
-    if (!closed) return Outcome::Failure(std::string("cannot finish the GIF file: ") + GifErrorString(error));
+    if (!closed) return Outcome::Failure(Fault::CannotWrite, std::string("cannot finish the GIF file: ") + GifErrorString(error));
     gif = std::move(impl_->Bytes);
     return Outcome::Success();
 }

@@ -46,13 +46,13 @@ void MapToRgba(const cDIBSection& image, const cDIBSection& mask, const RgbaOpti
 Outcome DecodeRgbaFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, int32_t number,
                         const RgbaOptions& options, RgbaPicture& picture, Host& host) {
     if (number < 1 || static_cast<size_t>(number) > frames.size()) {
-        return Outcome::Failure("has frames 1 to " + std::to_string(frames.size()) + "; there is no frame " + std::to_string(number));
+        return Outcome::Failure(Fault::Missing, "has frames 1 to " + std::to_string(frames.size()) + "; there is no frame " + std::to_string(number));
     }
     cDIBSection image, mask;
     LayerColours colours = DecodedColours;
     colours.Player = options.Player;
     const DecodeResult decoded = DecodeSLPFrame(sprite, frames[size_t(number - 1)], image, mask, false, host, colours);
-    if (decoded.Code == DecodeDamaged) return Outcome::Failure("frame " + std::to_string(number) + ": " + decoded.Detail);
+    if (decoded.Code == Fault::Damaged) return Outcome::Failure(Fault::Damaged, "frame " + std::to_string(number) + ": " + decoded.Detail);
     MapToRgba(image, mask, options, picture);
     return Outcome::Success();
 }
@@ -83,13 +83,13 @@ Outcome ForEachCanvasFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo
 }
 
 Outcome MakeThumbnail(const SLPFile& sprite, int32_t size, RgbaPicture& thumbnail, Host& host) {
-    if (size < 1 || size > MaxThumbnailSide) return Outcome::Failure("a thumbnail is 1 to 4096 pixels a side");
+    if (size < 1 || size > MaxThumbnailSide) return Outcome::Failure(Fault::OutOfLimits, "a thumbnail is 1 to 4096 pixels a side");
     SLPHeader header;
     std::vector<SLPFrameInfo> frames;
     if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) return read;
     RgbaPicture frame;
     if (Outcome decoded = DecodeRgbaFrame(sprite, frames, 1, {}, frame, host); !decoded) return decoded;
-    if (frame.Width < 1 || frame.Height < 1) return Outcome::Failure("the first frame has no pixels");
+    if (frame.Width < 1 || frame.Height < 1) return Outcome::Failure(Fault::OutOfLimits, "the first frame has no pixels");
 
     // Sizes in whole numbers: up by the factor, or down to fit with the aspect kept.
     const int64_t factor = std::max<int64_t>(1, std::min(size / frame.Width, size / frame.Height));

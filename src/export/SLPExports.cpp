@@ -60,7 +60,7 @@ public:
 
     // The damage is noted for the end of the export, so that the files written stay a whole set.
     void NoteDamage(int32_t number, const DecodeResult& decoded) {
-        if (decoded.Code != DecodeDamaged) return;
+        if (decoded.Code != Fault::Damaged) return;
         if (damage_.empty()) damage_ = "frame " + std::to_string(number) + ": " + decoded.Detail;
         damaged_.push_back(number);
     }
@@ -70,9 +70,9 @@ public:
     Outcome Save(const cDIBSection& surface, const std::string& name) {
         const SavePictureResult saved = surface.SavePicture(name);
         if (saved.ErrorNumber == SavePictureErrorNumber) {
-            return Outcome::Failure("cannot create " + name + ": " + saved.ErrorDescription);
+            return Outcome::Failure(Fault::CannotWrite, "cannot create " + name + ": " + saved.Detail);
         }
-        if (!saved.Written) Unfinished(name);
+        if (!saved) Unfinished(name);
         return Outcome::Success();
     }
     void Unfinished(const std::string& name) { unfinished_.push_back(name); }
@@ -87,10 +87,10 @@ public:
 
     // Success only when every frame decoded whole and every file was written to its end.
     Outcome Result() const {
-        if (!damage_.empty()) return Outcome::Failure(damage_);
+        if (!damage_.empty()) return Outcome::Failure(Fault::Damaged, damage_);
         std::string names;
         for (const std::string& name : unfinished_) names += (names.empty() ? "" : ", ") + name;
-        return unfinished_.empty() ? Outcome::Success() : Outcome::Failure("could not write all of " + names);
+        return unfinished_.empty() ? Outcome::Success() : Outcome::Failure(Fault::CannotWrite, "could not write all of " + names);
     }
 
 private:
@@ -160,7 +160,7 @@ Outcome CheckedCanvas(const std::vector<SLPFrameInfo>& frames, CanvasBounds& bou
     bounds = MeasureCanvas(frames);
     if (bounds.Width() < 1 || bounds.Height() < 1 || bounds.Width() > MaxFrameWidth ||
         bounds.Width() * bounds.Height() > MaxSurfacePixels) {
-        return Outcome::Failure("the frames' hot spots spread them over " + std::to_string(bounds.Width()) + " x " +
+        return Outcome::Failure(Fault::OutOfLimits, "the frames' hot spots spread them over " + std::to_string(bounds.Width()) + " x " +
                                 std::to_string(bounds.Height()) + " pixels, more than Brindle exports");
     }
     return Outcome::Success();
@@ -273,7 +273,7 @@ Outcome ExportSequence(SpriteExport& sprite, const std::string& BasePath, Host& 
 Outcome ExportSLX(SpriteExport& sprite, const std::string& BasePath, Host& host) {
     const std::string listPath = BasePath + ".slx";
     std::FILE* list = IsHeldOpenForReading(listPath) ? nullptr : std::fopen(listPath.c_str(), "wb");
-    if (!list) return Outcome::Failure("cannot create " + listPath);
+    if (!list) return Outcome::Failure(Fault::CannotWrite, "cannot create " + listPath);
     // The frames' lines are gathered, and the text is written when the export ends, however it ends.
     // It counts only the frames it lists, and lists a frame once both its bitmaps exist.
     std::string frameLines;
@@ -284,7 +284,7 @@ Outcome ExportSLX(SpriteExport& sprite, const std::string& BasePath, Host& host)
         const bool closed = std::fclose(list) == 0;
         if (written && closed) return outcome;
         sprite.Unfinished(listPath);
-        return outcome ? Outcome::Failure("cannot write " + listPath) : outcome;
+        return outcome ? Outcome::Failure(Fault::CannotWrite, "cannot write " + listPath) : outcome;
     };
 
     host.SetStatusText("Exporting all frames...");

@@ -466,7 +466,7 @@ void MainForm::Form_Load() {
     // A folder that only we can enter; one we can't have shows up at the first copy.
     TempFolder = MakePrivateTempFolder();
     (void)tempRun_.Begin(TempFolder);
-    (void)LoadPalette("", *this);  // the default palette always loads
+    (void)LoadPalette("");  // the default palette always loads
     PalComDlg.InitDir = TempFolder;
     ResetColourChoices();
     AutoRefresh = true;
@@ -543,8 +543,8 @@ void MainForm::OpenArchive(const std::string& chosen, bool spritesToo) {
     bool sprite = false;
     if (opened) {
         SetStatusText("Analysing file...");
-        sprite = spritesToo && ReadSpriteCatalogue(DRSFileNumber, BaseNameOfPath(DRSFilePath), *this).Code == CatalogueBuilt;
-        opened = sprite || ReadDRSCatalogue(DRSFileNumber, *this).Code == CatalogueBuilt;
+        sprite = spritesToo && ReadSpriteCatalogue(DRSFileNumber, BaseNameOfPath(DRSFilePath), *this).Ok();
+        opened = sprite || ReadCatalogueAsking().Ok();
     }
     if (opened) {
         SetEnabled(menu_extract_all, true);
@@ -568,6 +568,22 @@ void MainForm::OpenArchive(const std::string& chosen, bool spritesToo) {
     ClearList();
 }
 
+// ReadDRSCatalogue, asking the user first whether a file of neither flavour is to be read all the same.
+CatalogueResult MainForm::ReadCatalogueAsking() {
+    CatalogueResult read = ReadDRSCatalogue(DRSFileNumber, *this);
+    if (read.Code == Fault::NotThisKind && ShowMessage(InvalidFormatQuestion, MessageStyle::OkCancel) == MessageAnswer::OK) {
+        read = ReadDRSCatalogue(DRSFileNumber, *this, true);
+    }
+    return read;
+}
+
+// ReadResourceData, telling the user of a failure.
+bool MainForm::CopyEntry(const std::string& path, const CatalogueRow& row) {
+    if (ReadResourceData(DRSFileNumber, path, row, *this)) return true;
+    ShowMessage("Error saving file!", MessageStyle::Plain);
+    return false;
+}
+
 void MainForm::CloseArchive() {
     DRSFileNumber.Close();
     DRSFileOpen = false;
@@ -589,9 +605,9 @@ void MainForm::DRSFilesList_Click() {
     const int index = DRSFilesList->ListIndex();
     LoadDescriptionControls(row.Description);
 
-    // Every selection copies its entry anew, heading rows too; a failed copy has told the user itself.
+    // Every selection copies its entry anew, heading rows too; a failed copy has told the user.
     const std::string path = tempRun_.NewCopyPath();
-    (void)ReadResourceData(DRSFileNumber, path, row, *this);
+    (void)CopyEntry(path, row);
 
     SetEnabled(menu_extract_pal, false);
     SetEnabled(menu_extract_file, true);
@@ -669,7 +685,7 @@ void MainForm::menu_extract_file_Click() {
     }
     MainComDlg.FileName = ProposedName(kind, row.ID);  // as extract-all names the entry
     if (platform_.Dialogs.ShowSave(MainComDlg) && !MainComDlg.FileName.empty()) {
-        (void)ReadResourceData(DRSFileNumber, MainComDlg.FileName, row, *this);  // tells the user of a failure itself
+        (void)CopyEntry(MainComDlg.FileName, row);
     }
     SetStatusText("");
 }

@@ -222,6 +222,8 @@ private:
     void PlaceInTwips(QWidget* control, TwipsRect twips);
     void SetCaption(QLabel* label, std::string_view text);  // the label takes the size of its text
     void RefreshImage(bool Force);
+    CatalogueResult ReadCatalogueAsking();
+    bool CopyEntry(const std::string& path, const CatalogueRow& row);
     void CloseArchive();
     // File > Open from the name on: the three outcomes. With spritesToo, a file that is no archive but a
     // sprite opens as an archive of that one sprite, selected, without the design's question.

@@ -39,7 +39,7 @@ uint32_t* ChosenColour(int16_t Index) {
 }  // namespace
 
 void MainForm::menu_pal_default_Click() {
-    (void)LoadPalette("", *this);  // the default palette always loads
+    (void)LoadPalette("");  // the default palette always loads
     menu_pal_select->setText(QStringLiteral("[default] Select..."));
     RefreshImage(false);
 }
@@ -48,12 +48,15 @@ void MainForm::menu_pal_select_Click() {
     if (!platform_.Dialogs.ShowOpen(PalComDlg) || PalComDlg.FileName.empty()) return;
     const std::string fileName = PalComDlg.FileName;
     // Under the design's filters the file is a JASC-PAL file as ever; under the last one, any palette.
-    const PaletteResult loaded = PalComDlg.FilterIndex == OtherPalettesFilterIndex ? LoadAnyPalette(fileName, *this)
-                                                                                   : LoadPalette(fileName, *this);
-    // A file that is no palette at all has been refused with its own box and changed nothing.
-    if (loaded.State == PaletteLoad::Refused) return;
+    const PaletteResult loaded = PalComDlg.FilterIndex == OtherPalettesFilterIndex ? LoadAnyPalette(fileName)
+                                                                                   : LoadPalette(fileName);
+    // A file that is no palette at all changed nothing.
+    if (loaded.Code == Fault::NotThisKind) {
+        ShowMessage(NotValidPaletteMessage, MessageStyle::Plain);
+        return;
+    }
     const std::optional<QString> name = PaletteCaptionName(fileName);
-    if (loaded.State == PaletteLoad::Failed || !name) {
+    if (!loaded || !name) {
         ShowMessage("Error opening palette file!", MessageStyle::Plain);
         return;
     }
@@ -69,8 +72,8 @@ void MainForm::menu_extract_pal_Click() {
         return;
     }
     const CatalogueRow row = *selected;
-    // A copy that failed has shown its own box; "now available" would not be true.
-    if (!ReadResourceData(DRSFileNumber, TempFolder + std::to_string(row.ID) + ".pal", row, *this)) return;
+    // A copy that failed has told the user; "now available" would not be true.
+    if (!CopyEntry(TempFolder + std::to_string(row.ID) + ".pal", row)) return;
     ShowMessage("Palette now available in image viewer", MessageStyle::Plain);
     SetStatusText("");
 }

@@ -57,8 +57,8 @@ void MainForm::menu_savebmp_Click() {
     if (!AskImageFileName(FrameFilter)) return;
     const auto frame = static_cast<int16_t>(FrameScroll->value());
     const bool saved = ComDlg.FilterIndex >= FirstNewFilter
-                           ? WriteImageExport(ResDisplayPic->Tag, ImageFormat::Png, frame, TeamColour, ComDlg.FileName, *this).Ok
-                           : ShowImage(ResDisplayPic->Tag, frame, true, ComDlg.FileName, *this).Ok;
+                           ? WriteImageExport(ResDisplayPic->Tag, ImageFormat::Png, frame, TeamColour, ComDlg.FileName, *this).Ok()
+                           : ShowImage(ResDisplayPic->Tag, frame, true, ComDlg.FileName, *this).Ok();
     if (!saved) ShowMessage("Error exporting graphic!", MessageStyle::Plain);
 }
 

@@ -46,7 +46,7 @@ void MainForm::menu_extract_folder_Click() {
         }
         std::error_code error;
         std::filesystem::create_directories(std::filesystem::path(copy.Path).parent_path(), error);
-        Outcome outcome = error ? Outcome::Failure("cannot make its folder: " + error.message())
+        Outcome outcome = error ? Outcome::Failure(Fault::CannotWrite, "cannot make its folder: " + error.message())
                                 : ReadEntryBytes(DRSFileNumber, DRSCatalogue[copy.Row], bytes);
         if (outcome) outcome = WriteWholeFile(copy.Path, bytes);
         if (outcome) ++written;

@@ -6,9 +6,9 @@ Outcome ShowImage(const std::string& Path, int16_t Frame, bool Saving, const std
         host.SetPictureStatusText("Loading image...");
         host.SetBusyPointer(true);
     }
-    auto fail = [&](std::string detail) {
+    auto fail = [&](Outcome failure) {
         if (!Saving) host.SetBusyPointer(false);
-        return Outcome::Failure(std::move(detail));
+        return failure;
     };
 
     SLPFile file;
@@ -23,10 +23,10 @@ Outcome ShowImage(const std::string& Path, int16_t Frame, bool Saving, const std
             host.SetFrameScrollMax(1);
             host.SetFrameScrollValue(1);
         }
-        return fail(read.Detail);
+        return fail(std::move(read));
     }
     if (Frame < 1 || Frame > header.NumFrames) {
-        return fail("frame " + std::to_string(Frame) + " is not in " + Path);
+        return fail(Outcome::Failure(Fault::Missing, "has no frame " + std::to_string(Frame), Path));
     }
     const SLPFrameInfo& info = frames[static_cast<size_t>(Frame - 1)];
 
@@ -45,18 +45,19 @@ Outcome ShowImage(const std::string& Path, int16_t Frame, bool Saving, const std
     LayerColours colours = ScreenColours();
     colours.Player = Player;
     const DecodeResult decoded = DecodeSLPFrame(file, info, image, mask, true, host, colours);
-    const std::string damage = decoded.Code == DecodeDamaged ? "frame " + std::to_string(Frame) + ": " + decoded.Detail : "";
+    const Outcome damage = decoded.Code == Fault::Damaged
+                               ? Outcome::Failure(Fault::Damaged, "frame " + std::to_string(Frame) + ": " + decoded.Detail)
+                               : Outcome::Success();
 
     if (Saving) {
         // A damaged frame is saved as far as it decoded; the caller still learns of the damage.
-        const SavePictureResult saved = image.SavePicture(OutPath);
-        if (!saved.Written) return fail(saved.ErrorDescription);
-        return damage.empty() ? Outcome::Success() : Outcome::Failure(damage);
+        if (SavePictureResult saved = image.SavePicture(OutPath); !saved) return fail(std::move(saved));
+        return damage;
     }
 
     host.PaintPicture(image);
     host.SetFrameScrollGate(true);
     host.SetPictureStatusText("Showing frame " + std::to_string(Frame) + " of " + std::to_string(header.NumFrames));
     host.SetBusyPointer(false);
-    return damage.empty() ? Outcome::Success() : Outcome::Failure(damage);
+    return damage;
 }

@@ -189,7 +189,7 @@ RowEnd DecodeRow(const RowContext& context, size_t at, int64_t x, uint8_t* image
 }
 
 DecodeResult Damaged(int32_t row, const std::string& problem) {
-    return {DecodeDamaged, "row " + std::to_string(row) + ": " + problem};
+    return Outcome::Failure(Fault::Damaged, "row " + std::to_string(row) + ": " + problem);
 }
 
 }  // namespace
@@ -197,16 +197,16 @@ DecodeResult Damaged(int32_t row, const std::string& problem) {
 Outcome ParseSLPHeaders(const SLPFile& file, SLPHeader& header, std::vector<SLPFrameInfo>& frames) {
     frames.clear();
     const auto& bytes = file.Bytes;
-    if (bytes.size() < HeaderSize) return Outcome::Failure(file.Path + " is shorter than a sprite's header");
+    if (bytes.size() < HeaderSize) return Outcome::Failure(Fault::Damaged, "is shorter than a sprite's header", file.Path);
     std::memcpy(header.Version.data(), bytes.data(), 4);
     header.NumFrames = LoadI32(bytes.data() + 4);
     std::memcpy(header.Comment.data(), bytes.data() + 8, 24);
     if (header.NumFrames < 1 || header.NumFrames > MaxFrames) {
-        return Outcome::Failure(file.Path + " claims " + std::to_string(header.NumFrames) +
-                                " frames; a sprite has 1 to 32766");
+        return Outcome::Failure(Fault::Damaged, "claims " + std::to_string(header.NumFrames) + " frames; a sprite has 1 to 32766",
+                                file.Path);
     }
     if (!Inside(HeaderSize, int64_t{header.NumFrames} * FrameInfoSize, bytes.size())) {
-        return Outcome::Failure(file.Path + ": the frame table is cut off");
+        return Outcome::Failure(Fault::Damaged, "the frame table is cut off", file.Path);
     }
     frames.resize(static_cast<size_t>(header.NumFrames));
     const uint8_t* record = bytes.data() + HeaderSize;
@@ -252,8 +252,8 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
         int64_t{width} * std::max(height, 0) > MaxSurfacePixels) {
         image.Create(0, 0);
         mask.Create(0, 0);
-        return {DecodeDamaged, "a frame of " + std::to_string(width) + " x " + std::to_string(height) +
-                                   " pixels is larger than Brindle draws"};
+        return Outcome::Failure(Fault::Damaged, "a frame of " + std::to_string(width) + " x " + std::to_string(height) +
+                                                    " pixels is larger than Brindle draws");
     }
     // Every byte is set below, so the surfaces are not zeroed first: each row's pixels are drawn up to
     // where its commands and margins end, and the rest of the row is cleared; a decode that ends early
@@ -270,7 +270,7 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
         return result;
     };
     if (!Inside(frame.OutlineTableOffset, int64_t{height} * 4, size)) {
-        return endAt(0, 0, {DecodeDamaged, "the outline table lies outside the file"});
+        return endAt(0, 0, Outcome::Failure(Fault::Damaged, "the outline table lies outside the file"));
     }
 
     const uint8_t* bytes = file.Bytes.data();
@@ -279,7 +279,7 @@ DecodeResult DecodeSLPFrame(const SLPFile& file, const SLPFrameInfo& frame, cDIB
     const RowContext context{file.Bytes, palette, memoryPalette, colours, playerOffset, width,
                              StreamBytesPerPixel * width + SpareStreamBytesPerRow};
     for (int32_t row = 0; row < height; ++row) {
-        if (allowEscape && host.IsEscapeDown()) return endAt(row, 0, {DecodeEscaped, {}});
+        if (allowEscape && host.IsEscapeDown()) return endAt(row, 0, Outcome::Failure(Fault::Escaped, {}));
 
         const uint8_t* outline = bytes + frame.OutlineTableOffset + 4 * static_cast<size_t>(row);
         const int16_t left = LoadI16(outline);

@@ -65,14 +65,9 @@ Outcome ReadSLPHeaders(const std::string& path, SLPFile& file, SLPHeader& header
 // The same for bytes already in file.Bytes.
 Outcome ParseSLPHeaders(const SLPFile& file, SLPHeader& header, std::vector<SLPFrameInfo>& frames);
 
-inline constexpr int32_t DecodeFinished = 0;
-inline constexpr int32_t DecodeEscaped = -1;  // ESC ended it; the rows before are complete
-inline constexpr int32_t DecodeDamaged = -2;  // the frame is out of range; the rows before are complete
-
-struct [[nodiscard]] DecodeResult {
-    int32_t Code = DecodeFinished;
-    std::string Detail;
-};
+// How a decode ended, by its Code: None when every row was drawn; Escaped when ESC ended it and Damaged
+// when the frame runs out of range, the rows before complete either way.
+using DecodeResult = Outcome;
 
 // Decodes one frame into image (colours) and mask (layer codes), both created at the frame's size.
 // With allowEscape the host's ESC key is asked at the start of every row. The image surface gets the

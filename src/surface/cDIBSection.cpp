@@ -219,12 +219,12 @@ std::vector<uint8_t> cDIBSection::EncodeBitmap() const {
 
 SavePictureResult cDIBSection::SavePicture(const std::string& sFileName) const {
     if (IsHeldOpenForReading(sFileName)) {
-        return {false, SavePictureErrorNumber, ProgramFileName() + ".cDIBSection256", "The file is open for reading."};
+        return {{Fault::HeldOpen, "The file is open for reading.", sFileName}, SavePictureErrorNumber, ProgramFileName() + ".cDIBSection256"};
     }
     std::FILE* file = std::fopen(sFileName.c_str(), "wb");
     if (!file) {
         const int error = errno;
-        return {false, SavePictureErrorNumber, ProgramFileName() + ".cDIBSection256", ApiError(error)};
+        return {{Fault::CannotWrite, ApiError(error), sFileName}, SavePictureErrorNumber, ProgramFileName() + ".cDIBSection256"};
     }
     // The file header, Info and the pixel memory lie one behind the other in memory: one write for
     // the whole file, without the stream's buffer in between. A short write ends the writing.
@@ -233,7 +233,7 @@ SavePictureResult cDIBSection::SavePicture(const std::string& sFileName) const {
     const std::span<const uint8_t> whole = bits_.WithHeaders(headers);
     bool written = std::fwrite(whole.data(), 1, whole.size(), file) == whole.size();
     written = std::fclose(file) == 0 && written;
-    if (!written) return {false, 0, ProgramFileName() + ".cDIBSection256", "cannot write " + sFileName};
+    if (!written) return {{Fault::CannotWrite, "cannot write", sFileName}, 0, ProgramFileName() + ".cDIBSection256"};
     return {};
 }
 

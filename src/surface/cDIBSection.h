@@ -16,6 +16,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/Outcome.h"
+
 class Host;
 
 // The 40-byte bitmap header that SavePicture writes out unchanged.
@@ -97,11 +99,11 @@ inline void FillPixelPair(uint8_t* first, uint32_t firstColour, uint8_t* second,
     }
 }
 
-struct [[nodiscard]] SavePictureResult {
-    bool Written = true;        // the whole file was written
+// The error SavePicture raises, as the program's one result: Code and Detail (the error's description),
+// with the error's number and source beside them.
+struct [[nodiscard]] SavePictureResult : Outcome {
     int32_t ErrorNumber = 0;    // 17 when the file could not be created
     std::string ErrorSource;    // program file name + ".cDIBSection256"
-    std::string ErrorDescription;
 };
 
 class cDIBSection {

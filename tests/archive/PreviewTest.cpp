@@ -35,7 +35,7 @@ TEST(PreviewTest, ReadsTheFileOrReportsWhyNot) {
     ASSERT_TRUE(TextPreviewRTF(dir / "t.txt", -3, preview));
     EXPECT_EQ(std::pair(preview.Rtf, preview.IsPalette), std::pair(Head(-3) + R"(JASC-PAL\par \{0\}\par })", true));
     const Outcome missing = TextPreviewRTF(dir / "none.txt", 1, preview);
-    EXPECT_TRUE(!missing.Ok && !missing.Detail.empty() && preview.Rtf.empty() && !preview.IsPalette);  // nothing left over
+    EXPECT_TRUE(!missing.Ok() && !missing.Detail.empty() && preview.Rtf.empty() && !preview.IsPalette);  // nothing left over
 }
 
 }  // namespace

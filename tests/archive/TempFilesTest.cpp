@@ -98,7 +98,7 @@ TEST(TempFilesTest, CopiesAreCreatedForOurEyesOnly) {
     for (const auto& [path, mode] : {std::pair{TempFolder + "_drs1.drx", 0600u}, {TempFolder + "7.pal", 0600u}, {dir / "7.bin", 0644u}}) {
         WriteFileText(path, "older");
         ::chmod(path.c_str(), 0666);
-        ASSERT_TRUE(ReadResourceData(archive, path, {7, 0, 5, {}}, host).Ok);
+        ASSERT_TRUE(ReadResourceData(archive, path, {7, 0, 5, {}}, host).Ok());
         EXPECT_EQ(ReadFileText(path), "entry");
         EXPECT_EQ(ModeOf(path), mode) << path;
     }

@@ -16,11 +16,11 @@ using namespace fixtures;
 
 namespace {
 
-constexpr int32_t Refused = 1;  // ParseSLPHeaders said no
+constexpr Fault Refused = Fault::NotThisKind;  // ParseSLPHeaders said no
 QuietHost quiet;
 
 struct Decoded {
-    int32_t Code = Refused;
+    Fault Code = Refused;
     std::string Detail;
     SLPFrameInfo Info;
     cDIBSection Image, Mask;
@@ -106,7 +106,7 @@ TEST_F(SLPDecoderTest, EveryCommandByteDrawsItsPixelsAndTakesItsOperands) {
         std::string row = "TT" + (drawn ? *drawn + "9" : "") + "TT";
         row.resize(4000, '.');
         const Decoded d = Decode(WriteSprite({{.Width = 4000, .Height = 1, .Rows = {{2, 2, stream}}}}));
-        EXPECT_EQ(std::tuple(d.Code, d.Surfaces()), std::tuple(DecodeFinished, Want(row)));
+        EXPECT_EQ(std::tuple(d.Code, d.Surfaces()), std::tuple(Fault::None, Want(row)));
     }
 }
 
@@ -114,13 +114,13 @@ TEST_F(SLPDecoderTest, EveryCommandByteDrawsItsPixelsAndTakesItsOperands) {
 // damages the row, whether a list or a fill holds it.
 TEST_F(SLPDecoderTest, OneRowFramesDecodeAsDrawnByHand) {
     const struct { const char* Name; int16_t Left, Right; Bytes Stream; std::string Row;
-                   int32_t Player = FirstPlayer, Code = DecodeFinished; } cases[] = {
+                   int32_t Player = FirstPlayer; Fault Code = Fault::None; } cases[] = {
         {"shadow runs, one of none; player run by nibble, list and fill of 239", 0, 0,
          {0x0B, 0, 0x2B, 0x0B, 1, 0x1E, 2, 0x16, 239, 0x1A, 239, 0x0F}, "SSSbbPP.."},
         {"player 8: colour fill, player run by nibble, list and fill of 127", 0, 0,
          {0x17, 7, 0x2E, 2, 0x16, 3, 0x1A, 127, 0x0F}, "7ccdP", LastPlayer},
-        {"player byte 240 at the end of a list", 0, 0, {0x17, 7, 0x26, 3, 240, 0x0F}, "7....", FirstPlayer, DecodeDamaged},
-        {"player 8: fill of player byte 128", 0, 0, {0x17, 7, 0x1A, 128, 0x0F}, "7....", LastPlayer, DecodeDamaged},
+        {"player byte 240 at the end of a list", 0, 0, {0x17, 7, 0x26, 3, 240, 0x0F}, "7....", FirstPlayer, Fault::Damaged},
+        {"player 8: fill of player byte 128", 0, 0, {0x17, 7, 0x1A, 128, 0x0F}, "7....", LastPlayer, Fault::Damaged},
         {"margin past Width is cut", 1, 5, {0x17, 5, 0x0F}, "T5T"},
         {"negative Left is cut at column 0", -1, 1, {0x27, 5, 0x0F}, "5T"},
         {"fill past Width is cut", 0, 3, {0x07, 10, 5, 0x0F}, "5555"},
@@ -142,25 +142,25 @@ TEST_F(SLPDecoderTest, DamagedFilesEndInAnOrderlyWay) {
     const Bytes good = WriteSprite({{.Width = 2, .Height = 2, .Rows = {2, {0, 0, {0x27, 5, 0x0F}}}}}, "2.0N", "", &at);
     const std::string wide = "55" + std::string(32765, '.');  // a row of the frame made 32767 wide
     // Rows: both rows as decoded, where the frame keeps two of them; "" where the code says enough.
-    const struct { const char* Name; std::function<void(Bytes&)> Damage; int32_t Code; std::string Rows; } cases[] = {
+    const struct { const char* Name; std::function<void(Bytes&)> Damage; Fault Code; std::string Rows; } cases[] = {
         {"file shorter than its header", [](Bytes& b) { b.resize(20); }, Refused, ""},
         {"NumFrames 0", [](Bytes& b) { PutI32(b, 4, 0); }, Refused, ""},
         {"NumFrames 32767", [](Bytes& b) { PutI32(b, 4, 32767); b.resize(33 * 32768); }, Refused, ""},
-        {"NumFrames 32766", [](Bytes& b) { PutI32(b, 4, 32766); b.resize(33 * 32768); }, DecodeFinished, "5555"},
+        {"NumFrames 32766", [](Bytes& b) { PutI32(b, 4, 32766); b.resize(33 * 32768); }, Fault::None, "5555"},
         {"frame table past the end", [](Bytes& b) { PutI32(b, 4, 1000); }, Refused, ""},
-        {"Height -1", [](Bytes& b) { PutI32(b, 52, -1); }, DecodeFinished, ""},
+        {"Height -1", [](Bytes& b) { PutI32(b, 52, -1); }, Fault::None, ""},
         {"Height 8192", [](Bytes& b) { b = WriteSprite({{.Width = 1, .Height = 8192, .Rows = {8192, {BlankRow, 0, {}}}}}); },
-         DecodeFinished, ""},
-        {"Height 8193", [](Bytes& b) { PutI32(b, 52, 8193); }, DecodeDamaged, ""},
-        {"surface beyond MaxSurfacePixels", [](Bytes& b) { PutI32(b, 48, 4096); PutI32(b, 52, 4097); }, DecodeDamaged, ""},
-        {"Width 32767", [](Bytes& b) { PutI32(b, 48, 32767); }, DecodeFinished, wide + wide},
-        {"Width 32768", [](Bytes& b) { PutI32(b, 48, 32768); }, DecodeDamaged, ""},
-        {"outline table past the end", [&](Bytes& b) { PutI32(b, 36, int32_t(b.size()) - 4); }, DecodeDamaged, "...."},
-        {"outline table before the start", [](Bytes& b) { PutI32(b, 36, -4); }, DecodeDamaged, "...."},
-        {"command table past the end", [&](Bytes& b) { PutI32(b, 32, int32_t(b.size())); }, DecodeDamaged, "...."},
+         Fault::None, ""},
+        {"Height 8193", [](Bytes& b) { PutI32(b, 52, 8193); }, Fault::Damaged, ""},
+        {"surface beyond MaxSurfacePixels", [](Bytes& b) { PutI32(b, 48, 4096); PutI32(b, 52, 4097); }, Fault::Damaged, ""},
+        {"Width 32767", [](Bytes& b) { PutI32(b, 48, 32767); }, Fault::None, wide + wide},
+        {"Width 32768", [](Bytes& b) { PutI32(b, 48, 32768); }, Fault::Damaged, ""},
+        {"outline table past the end", [&](Bytes& b) { PutI32(b, 36, int32_t(b.size()) - 4); }, Fault::Damaged, "...."},
+        {"outline table before the start", [](Bytes& b) { PutI32(b, 36, -4); }, Fault::Damaged, "...."},
+        {"command table past the end", [&](Bytes& b) { PutI32(b, 32, int32_t(b.size())); }, Fault::Damaged, "...."},
         {"row stream at the end",
-         [&](Bytes& b) { PutI32(b, size_t(at.CommandTableAt[0]) + 4, int32_t(b.size())); }, DecodeDamaged, "55.."},
-        {"no end-of-row before the end", [](Bytes& b) { b.pop_back(); }, DecodeDamaged, "5555"},
+         [&](Bytes& b) { PutI32(b, size_t(at.CommandTableAt[0]) + 4, int32_t(b.size())); }, Fault::Damaged, "55.."},
+        {"no end-of-row before the end", [](Bytes& b) { b.pop_back(); }, Fault::Damaged, "5555"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.Name);
@@ -169,7 +169,7 @@ TEST_F(SLPDecoderTest, DamagedFilesEndInAnOrderlyWay) {
         const Decoded d = Decode(bytes);
         EXPECT_EQ(d.Code, c.Code);
         if (!c.Rows.empty()) { EXPECT_EQ(d.Surfaces(), Want(c.Rows, 2)); }
-        if (c.Rows.empty() && c.Code == DecodeDamaged) { EXPECT_FALSE(d.Image.IsCreated() || d.Mask.IsCreated()); }
+        if (c.Rows.empty() && c.Code == Fault::Damaged) { EXPECT_FALSE(d.Image.IsCreated() || d.Mask.IsCreated()); }
     }
 }
 
@@ -184,9 +184,9 @@ TEST_F(SLPDecoderTest, ARowReadsNoMoreOfItsStreamThanItsPixelsNeed) {
     // 8,192 rows of 4 pixels that share one stream of 8,000 empty lists, starting 32,767 columns left of the frame.
     Bytes empties(8000, 0x00);
     empties.push_back(0x0F);
-    const struct { const char* Name; Bytes Sprite; int32_t Code; std::string Detail, Rows; int32_t Height; } cases[] = {
-        {"dense row", WriteSprite({{.Width = 64, .Height = 1, .Rows = {{0, 0, dense}}}}), DecodeFinished, "", drawn, 1},
-        {"shared stream", WriteSharedStreamSprite(4, 8192, -32767, empties), DecodeDamaged,
+    const struct { const char* Name; Bytes Sprite; Fault Code; std::string Detail, Rows; int32_t Height; } cases[] = {
+        {"dense row", WriteSprite({{.Width = 64, .Height = 1, .Rows = {{0, 0, dense}}}}), Fault::None, "", drawn, 1},
+        {"shared stream", WriteSharedStreamSprite(4, 8192, -32767, empties), Fault::Damaged,
          "row 0: it has more commands than pixels", std::string(4 * 8192, '.'), 8192},
     };
     for (const auto& c : cases) {
@@ -206,7 +206,7 @@ TEST_F(SLPDecoderTest, RandomPicturesSurviveTheRoundTrip) {
         frame.PaletteOffset = pick(INT_MIN, INT_MAX), frame.Properties = pick(INT_MIN, INT_MAX);  // neither shows
         const Decoded d = Decode(WriteSprite({frame}, "\x01\xFF?!", std::string(24, '\xEE')));
         EXPECT_EQ(std::tie(d.Code, d.Info.HotspotX, d.Info.HotspotY, d.Info.PaletteOffset, d.Info.Properties),
-                  std::tie(DecodeFinished, frame.HotspotX, frame.HotspotY, frame.PaletteOffset, frame.Properties));
+                  std::make_tuple(Fault::None, frame.HotspotX, frame.HotspotY, frame.PaletteOffset, frame.Properties));
         EXPECT_EQ(d.Surfaces(),
                   std::pair(BitmapOf(art.Width, ExpectedImage(art, Palette)), BitmapOf(art.Width, ExpectedMask(art))));
     }

@@ -28,12 +28,12 @@ TEST(cDIBSectionTest, SavePictureWritesABottomUpBitmapOrRaisesSeventeen) {
     };
     TempDir dir;
     WriteFileText(dir / "p.bmp", "an older and much longer file that must be replaced");
-    EXPECT_TRUE(ThreeByTwo().SavePicture(dir / "p.bmp").Written);
+    EXPECT_TRUE(ThreeByTwo().SavePicture(dir / "p.bmp").Ok());
     EXPECT_EQ(ReadFileBytes(dir / "p.bmp"), expected);
     cDIBSection big;  // 16 x 16: the file size, 822 = 0x336, has bit 8 set
-    EXPECT_TRUE(big.Create(16, 16) && big.SavePicture(dir / "b.bmp").Written && ReadFileBytes(dir / "b.bmp")[3] == 3);
+    EXPECT_TRUE(big.Create(16, 16) && big.SavePicture(dir / "b.bmp").Ok() && ReadFileBytes(dir / "b.bmp")[3] == 3);
     const SavePictureResult failed = ThreeByTwo().SavePicture(dir / "missing/p.bmp");
-    EXPECT_EQ(std::tuple(failed.Written, failed.ErrorNumber, failed.ErrorDescription.empty(),
+    EXPECT_EQ(std::tuple(failed.Ok(), failed.ErrorNumber, failed.Detail.empty(),
                          failed.ErrorSource.ends_with(".cDIBSection256")), std::tuple(false, 17, false, true));
 }
 
