@@ -54,19 +54,21 @@ public:
     // when the archive was refused.
     bool OpenFromOutside(const std::string& path);
     void menu_file_exit_Click();
-    void menu_extract_file_Click();
-    void menu_extract_all_Click();
-    void menu_extract_folder_Click();  // shell/MainFormExtract.cpp
     void menu_help_help_Click();
     void menu_help_about_Click();
+    void DRSFilesList_Click();
+    // The Extract menu (shell/MainFormExtract.cpp)
+    void menu_extract_file_Click();
+    void menu_extract_all_Click();
+    void menu_extract_pal_Click();
+    void menu_extract_folder_Click();
+    // The frame viewer: refresh, drag, zoom and animation (shell/MainFormViewer.cpp)
     void menu_image_autorefresh_Click();
     void menu_image_refresh_Click();
-    void DRSFilesList_Click();
     void FrameScroll_Change();
     void ResDisplayPic_MouseDown(int X, int Y);
     void ResDisplayPic_MouseMove(int X, int Y);
     void ResDisplayPic_MouseUp(int X, int Y);
-    // Zoom and animation (shell/MainFormViewer.cpp)
     void menu_image_zoomin_Click();
     void menu_image_zoomout_Click();
     void menu_image_actualsize_Click();
@@ -77,7 +79,6 @@ public:
     // Palettes and colours (shell/MainFormColours.cpp)
     void menu_pal_default_Click();
     void menu_pal_select_Click();
-    void menu_extract_pal_Click();
     void menu_col_choose_Click(int16_t Index);
     void menu_col_player_item_Click(int16_t Index);
     void menu_col_team_item_Click(int16_t Index);
@@ -218,7 +219,19 @@ protected:
 
 private:
     void CreateControls();
+    // The menu bar in the design's order, each menu made and wired by the file that handles it.
     void CreateMenus();
+    void CreateFileMenu();
+    void CreateExtractMenu();      // shell/MainFormExtract.cpp
+    void CreateDescriptionMenu();  // shell/MainFormDescriptions.cpp
+    void CreateImageMenu();        // shell/MainFormViewer.cpp
+    void AddExportItems();         // the Image menu's exports (shell/MainFormExports.cpp)
+    void CreateLayersMenu();       // shell/MainFormColours.cpp
+    void CreateColourMenu();       // shell/MainFormColours.cpp
+    void CreateHelpMenu();
+    // An item at the end of a menu; with `checked`, a checkable one that starts checked.
+    static QAction* AddItem(QMenu* menu, const char* caption, bool checked = false);
+    QAction* AddDivider();  // a "|" on the menu bar, never enabled
     void PlaceInTwips(QWidget* control, TwipsRect twips);
     void SetCaption(QLabel* label, std::string_view text);  // the label takes the size of its text
     void RefreshImage(bool Force);

@@ -1,10 +1,11 @@
-// The window's palette and colour choices: the Palette submenu, "Extract as palette", the four colours,
-// the team colour of player pixels, and the Player and Layers items, which hold a state that no
-// drawing reads.
+// The window's palette and colour choices, the Layers and Colours menus: the Palette submenu, the four
+// colours, the team colour of player pixels, and the Player and Layers items, which hold a state that
+// no drawing reads.
 
 #include <optional>
 
 #include <QAction>
+#include <QMenuBar>
 
 #include "archive/UsefulCode.h"
 #include "base/Functions.h"
@@ -38,6 +39,61 @@ uint32_t* ChosenColour(int16_t Index) {
 
 }  // namespace
 
+void MainForm::CreateLayersMenu() {
+    menu_layers = menuBar()->addMenu(QStringLiteral("Layers"));
+    menu_layers->menuAction()->setVisible(false);
+    menu_layers_colours = AddItem(menu_layers, "Colours", true);
+    menu_layers_shadow = AddItem(menu_layers, "Shadow", true);
+    menu_layers_selection = AddItem(menu_layers, "Outline (inner)", true);
+    menu_layers_outline = AddItem(menu_layers, "Outline (outer)", true);
+    OnCheckItemClick(menu_layers_colours, [this] { menu_layers_colours_Click(); });
+    OnCheckItemClick(menu_layers_shadow, [this] { menu_layers_shadow_Click(); });
+    OnCheckItemClick(menu_layers_selection, [this] { menu_layers_selection_Click(); });
+    OnCheckItemClick(menu_layers_outline, [this] { menu_layers_outline_Click(); });
+}
+
+void MainForm::CreateColourMenu() {
+    menu_col = menuBar()->addMenu(QStringLiteral("Colours"));
+    menu_col->menuAction()->setVisible(false);
+    menu_col_pal = menu_col->addMenu(QStringLiteral("Palette"));
+    menu_pal_default = AddItem(menu_col_pal, "Use default");
+    menu_pal_select = AddItem(menu_col_pal, "[default] Select...", true);
+    connect(menu_pal_default, &QAction::triggered, this, &MainForm::menu_pal_default_Click);
+    OnCheckItemClick(menu_pal_select, [this] { menu_pal_select_Click(); });
+    PalComDlg.DialogTitle = "Use palette...";
+    // The design's filter, then one under which a file of any format Brindle knows is read by its content.
+    PalComDlg.Filter = std::string("PAL files (*.pal)|*.pal|All files (*.*)|*.*|").append(OtherPalettesFilter);
+
+    menu_col_player = menu_col->addMenu(QStringLiteral("Player"));
+    menu_col_player->menuAction()->setVisible(false);
+    const char* players[8] = {"Player 1 (blue)",   "Player 2 (red)",  "Player 3 (green)",  "Player 4 (yellow)",
+                              "Player 5 (orange)", "Player 6 (cyan)", "Player 7 (purple)", "Player 8 (grey)"};
+    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_player_item.size()); ++i) {
+        QAction*& item = menu_col_player_item[static_cast<size_t>(i)];
+        item = AddItem(menu_col_player, players[i]);
+        item->setCheckable(true);
+        OnCheckItemClick(item, [this, i] { menu_col_player_item_Click(i); });
+    }
+    menu_col_player_item[0]->setChecked(true);
+
+    const char* colours[4] = {"Mask...", "Shadow...", "Outline (inner)...", "Outline (outer)..."};
+    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_choose.size()); ++i) {
+        QAction*& item = menu_col_choose[static_cast<size_t>(i)];
+        item = AddItem(menu_col, colours[i]);
+        connect(item, &QAction::triggered, this, [this, i] { menu_col_choose_Click(i); });
+    }
+
+    menu_col_team = menu_col->addMenu(QStringLiteral("Team colour"));
+    const char* teams[8] = {"1 (blue)", "2 (red)", "3 (green)", "4 (yellow)", "5 (orange)", "6 (cyan)", "7 (purple)", "8 (grey)"};
+    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_team_item.size()); ++i) {
+        QAction*& item = menu_col_team_item[static_cast<size_t>(i)];
+        item = AddItem(menu_col_team, teams[i]);
+        item->setCheckable(true);
+        OnCheckItemClick(item, [this, i] { menu_col_team_item_Click(i); });
+    }
+    menu_col_team_item[0]->setChecked(true);
+}
+
 void MainForm::menu_pal_default_Click() {
     (void)LoadPalette("", *this);  // the default palette always loads
     menu_pal_select->setText(QStringLiteral("[default] Select..."));
@@ -59,20 +115,6 @@ void MainForm::menu_pal_select_Click() {
     }
     menu_pal_select->setText(u'[' + *name + QStringLiteral("] Select..."));
     RefreshImage(false);
-}
-
-void MainForm::menu_extract_pal_Click() {
-    SetStatusText("Saving palette...");
-    const CatalogueRow* selected = SelectedRow();
-    if (!selected) {
-        ShowMessage("Error saving palette data!", MessageStyle::Plain);
-        return;
-    }
-    const CatalogueRow row = *selected;
-    // A copy that failed has shown its own box; "now available" would not be true.
-    if (!ReadResourceData(DRSFileNumber, TempFolder + std::to_string(row.ID) + ".pal", row, *this)) return;
-    ShowMessage("Palette now available in image viewer", MessageStyle::Plain);
-    SetStatusText("");
 }
 
 void MainForm::menu_col_choose_Click(int16_t Index) {
