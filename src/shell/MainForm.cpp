@@ -301,8 +301,8 @@ void MainForm::CreateMenus() {
     CreateLayersMenu();
     CreateColourMenu();
     menu_divider_2 = AddDivider();
-    menu_divider_2->setVisible(false);
     CreateHelpMenu();
+    UpdateActions();  // the items that come and go, as they start
 }
 
 void MainForm::CreateFileMenu() {
@@ -351,6 +351,20 @@ void MainForm::SetEnabled(QAction* item, bool enabled) {
 bool MainForm::IsEnabled(const QAction* item) {
     const QVariant enabled = item->property("Enabled");
     return enabled.isValid() ? enabled.toBool() : item->isEnabled();
+}
+
+void MainForm::UpdateActions() {
+    SetEnabled(menu_extract_file, shown_.Listed && shown_.Kind != KindHeading);
+    SetEnabled(menu_extract_all, DRSFileOpen);
+    SetEnabled(menu_extract_pal, shown_.Palette);
+    SetEnabled(menu_extract_folder, DRSFileOpen);
+    // A sprite on show brings the Image and Colours menus and the second divider; the Layers menu,
+    // whose items no drawing reads, never shows.
+    const bool sprite = shown_.Kind == KindSLP;
+    menu_image->menuAction()->setVisible(sprite);
+    menu_layers->menuAction()->setVisible(false);
+    menu_col->menuAction()->setVisible(sprite);
+    menu_divider_2->setVisible(sprite);
 }
 
 // --- Start and end ----------------------------------------------------------------------------------
@@ -439,10 +453,9 @@ void MainForm::OpenArchive(const std::string& chosen, bool spritesToo) {
         sprite = spritesToo && ReadSpriteCatalogue(DRSFileNumber, BaseNameOfPath(DRSFilePath), *this).Code == CatalogueBuilt;
         opened = sprite || ReadDRSCatalogue(DRSFileNumber, *this).Code == CatalogueBuilt;
     }
+    shown_.Listed = false;  // the list is new, or is cleared below: no row of it is selected yet
     if (opened) {
-        SetEnabled(menu_extract_all, true);
-        SetEnabled(menu_extract_folder, true);
-        SetEnabled(menu_extract_file, false);
+        UpdateActions();
         SetStatusText("");
         if (sprite) DRSFilesList->SetListIndex(1);  // its one row, shown at once
         return;
@@ -453,9 +466,7 @@ void MainForm::OpenArchive(const std::string& chosen, bool spritesToo) {
     DRSFilePath.clear();
     SetCaption(DRSFileLabel2, "[none]");
     CloseArchive();
-    SetEnabled(menu_extract_all, false);
-    SetEnabled(menu_extract_folder, false);
-    SetEnabled(menu_extract_file, false);
+    UpdateActions();
     // The rows still listed belong to the archive just closed: no copy could come out of them now.
     DRSCatalogue.clear();
     ClearList();
@@ -486,22 +497,18 @@ void MainForm::DRSFilesList_Click() {
     const std::string path = tempRun_.NewCopyPath();
     (void)ReadResourceData(DRSFileNumber, path, row, *this);
 
-    SetEnabled(menu_extract_pal, false);
-    SetEnabled(menu_extract_file, true);
+    const int32_t kind = DRSFilesList->ItemData(index);
+    shown_ = {kind, false, true};
+    UpdateActions();
     ResDisplayPic->hide();
     FrameScroll->hide();
     PictureStatusText->hide();
-    menu_col->menuAction()->setVisible(false);
-    menu_layers->menuAction()->setVisible(false);
-    menu_image->menuAction()->setVisible(false);
-    menu_divider_2->setVisible(false);
     SetStatusText("");
 
-    switch (DRSFilesList->ItemData(index)) {
+    switch (kind) {
     case KindHeading:
         ResDisplayText->hide();
         ResDisplayText->SetText("");
-        SetEnabled(menu_extract_file, false);
         break;
     case KindSLP:
         ResDisplayText->hide();
@@ -509,9 +516,6 @@ void MainForm::DRSFilesList_Click() {
         ResDisplayPic->show();
         FrameScroll->show();
         PictureStatusText->show();
-        menu_col->menuAction()->setVisible(true);
-        menu_image->menuAction()->setVisible(true);
-        menu_divider_2->setVisible(true);
         // The last sprite's picture goes first, so that a sprite too damaged to draw shows nothing
         // rather than its predecessor; one damaged further in shows what could be decoded.
         ResDisplayPic->SetPicture({});
@@ -540,7 +544,10 @@ void MainForm::ShowPreviewText(int32_t id, const std::string& path) {
     ResDisplayText->hide();
     ResDisplayText->SetTextRTF(preview.Rtf);
     ResDisplayText->show();
-    if (preview.IsPalette) SetEnabled(menu_extract_pal, true);
+    if (preview.IsPalette) {
+        shown_.Palette = true;
+        UpdateActions();
+    }
 }
 
 // --- Host ---------------------------------------------------------------------------------------------

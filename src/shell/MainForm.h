@@ -235,6 +235,17 @@ private:
     void PlaceInTwips(QWidget* control, TwipsRect twips);
     void SetCaption(QLabel* label, std::string_view text);  // the label takes the size of its text
     void RefreshImage(bool Force);
+    // Every Enabled and Visible state of the menus that changes while the window runs, from the open
+    // archive and the row on show: called wherever either changes.
+    void UpdateActions();
+    // The row the viewer shows. It stays on show through the opening of another archive, as its picture
+    // or text does; only "Extract this file..." goes with the list it was selected in.
+    struct ShownRow {
+        std::optional<int32_t> Kind;  // none before the first selection
+        bool Palette = false;         // its text reads as a palette
+        bool Listed = false;          // selected in the list as it stands: no archive has opened since
+    };
+    ShownRow shown_;
     void CloseArchive();
     // File > Open from the name on: the three outcomes. With spritesToo, a file that is no archive but a
     // sprite opens as an archive of that one sprite, selected, without the design's question.

@@ -41,7 +41,6 @@ uint32_t* ChosenColour(int16_t Index) {
 
 void MainForm::CreateLayersMenu() {
     menu_layers = menuBar()->addMenu(QStringLiteral("Layers"));
-    menu_layers->menuAction()->setVisible(false);
     menu_layers_colours = AddItem(menu_layers, "Colours", true);
     menu_layers_shadow = AddItem(menu_layers, "Shadow", true);
     menu_layers_selection = AddItem(menu_layers, "Outline (inner)", true);
@@ -54,7 +53,6 @@ void MainForm::CreateLayersMenu() {
 
 void MainForm::CreateColourMenu() {
     menu_col = menuBar()->addMenu(QStringLiteral("Colours"));
-    menu_col->menuAction()->setVisible(false);
     menu_col_pal = menu_col->addMenu(QStringLiteral("Palette"));
     menu_pal_default = AddItem(menu_col_pal, "Use default");
     menu_pal_select = AddItem(menu_col_pal, "[default] Select...", true);

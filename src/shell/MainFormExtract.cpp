@@ -25,14 +25,10 @@ constexpr size_t ListedFailures = 20;
 void MainForm::CreateExtractMenu() {
     menu_extract = menuBar()->addMenu(QStringLiteral("Extract"));
     menu_extract_file = AddItem(menu_extract, "Extract this file...");
-    SetEnabled(menu_extract_file, false);
     menu_extract_all = AddItem(menu_extract, "Extract all files...");
     menu_extract_all->setVisible(false);
-    SetEnabled(menu_extract_all, false);
     menu_extract_pal = AddItem(menu_extract, "Extract as palette");
-    SetEnabled(menu_extract_pal, false);
     menu_extract_folder = AddItem(menu_extract, "Extract all to folder...");
-    SetEnabled(menu_extract_folder, false);
     connect(menu_extract_file, &QAction::triggered, this, &MainForm::menu_extract_file_Click);
     connect(menu_extract_all, &QAction::triggered, this, &MainForm::menu_extract_all_Click);
     connect(menu_extract_pal, &QAction::triggered, this, &MainForm::menu_extract_pal_Click);

@@ -19,7 +19,6 @@
 
 void MainForm::CreateImageMenu() {
     menu_image = menuBar()->addMenu(QStringLiteral("Image"));
-    menu_image->menuAction()->setVisible(false);
     menu_image_autorefresh = AddItem(menu_image, "Auto-refresh", true);
     menu_image_refresh = AddItem(menu_image, "Refresh");
     menu_image_refresh->setShortcut(Qt::Key_F5);
