@@ -2,7 +2,9 @@
 // colours, the team colour of player pixels, and the Player and Layers items, which hold a state that
 // no drawing reads.
 
+#include <array>
 #include <optional>
+#include <span>
 
 #include <QAction>
 #include <QMenuBar>
@@ -37,6 +39,15 @@ uint32_t* ChosenColour(int16_t Index) {
     }
 }
 
+// Moves the check mark of a group of items, one of which is always checked, to the item at Index;
+// false, and nothing changes, when the mark is there already or the group has no such item.
+bool MoveCheckMark(std::span<QAction* const> items, int16_t Index) {
+    if (Index < 0 || static_cast<size_t>(Index) >= items.size() || items[static_cast<size_t>(Index)]->isChecked()) return false;
+    for (QAction* item : items) item->setChecked(false);
+    items[static_cast<size_t>(Index)]->setChecked(true);
+    return true;
+}
+
 }  // namespace
 
 void MainForm::CreateLayersMenu() {
@@ -62,17 +73,23 @@ void MainForm::CreateColourMenu() {
     // The design's filter, then one under which a file of any format Brindle knows is read by its content.
     PalComDlg.Filter = std::string("PAL files (*.pal)|*.pal|All files (*.*)|*.*|").append(OtherPalettesFilter);
 
+    // The eight players' items, the first checked; a click moves the check mark (MoveCheckMark).
+    auto playerGroup = [this](QMenu* menu, const std::array<const char*, 8>& captions, std::array<QAction*, 8>& items,
+                              void (MainForm::*click)(int16_t)) {
+        for (int16_t i = 0; i < static_cast<int16_t>(items.size()); ++i) {
+            QAction*& item = items[static_cast<size_t>(i)];
+            item = AddItem(menu, captions[static_cast<size_t>(i)]);
+            item->setCheckable(true);
+            OnCheckItemClick(item, [this, click, i] { (this->*click)(i); });
+        }
+        items[0]->setChecked(true);
+    };
     menu_col_player = menu_col->addMenu(QStringLiteral("Player"));
     menu_col_player->menuAction()->setVisible(false);
-    const char* players[8] = {"Player 1 (blue)",   "Player 2 (red)",  "Player 3 (green)",  "Player 4 (yellow)",
-                              "Player 5 (orange)", "Player 6 (cyan)", "Player 7 (purple)", "Player 8 (grey)"};
-    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_player_item.size()); ++i) {
-        QAction*& item = menu_col_player_item[static_cast<size_t>(i)];
-        item = AddItem(menu_col_player, players[i]);
-        item->setCheckable(true);
-        OnCheckItemClick(item, [this, i] { menu_col_player_item_Click(i); });
-    }
-    menu_col_player_item[0]->setChecked(true);
+    playerGroup(menu_col_player,
+                {"Player 1 (blue)", "Player 2 (red)", "Player 3 (green)", "Player 4 (yellow)", "Player 5 (orange)",
+                 "Player 6 (cyan)", "Player 7 (purple)", "Player 8 (grey)"},
+                menu_col_player_item, &MainForm::menu_col_player_item_Click);
 
     const char* colours[4] = {"Mask...", "Shadow...", "Outline (inner)...", "Outline (outer)..."};
     for (int16_t i = 0; i < static_cast<int16_t>(menu_col_choose.size()); ++i) {
@@ -82,14 +99,8 @@ void MainForm::CreateColourMenu() {
     }
 
     menu_col_team = menu_col->addMenu(QStringLiteral("Team colour"));
-    const char* teams[8] = {"1 (blue)", "2 (red)", "3 (green)", "4 (yellow)", "5 (orange)", "6 (cyan)", "7 (purple)", "8 (grey)"};
-    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_team_item.size()); ++i) {
-        QAction*& item = menu_col_team_item[static_cast<size_t>(i)];
-        item = AddItem(menu_col_team, teams[i]);
-        item->setCheckable(true);
-        OnCheckItemClick(item, [this, i] { menu_col_team_item_Click(i); });
-    }
-    menu_col_team_item[0]->setChecked(true);
+    playerGroup(menu_col_team, {"1 (blue)", "2 (red)", "3 (green)", "4 (yellow)", "5 (orange)", "6 (cyan)", "7 (purple)", "8 (grey)"},
+                menu_col_team_item, &MainForm::menu_col_team_item_Click);
 }
 
 void MainForm::menu_pal_default_Click() {
@@ -125,19 +136,13 @@ void MainForm::menu_col_choose_Click(int16_t Index) {
 }
 
 void MainForm::menu_col_player_item_Click(int16_t Index) {
-    if (Index < 0 || static_cast<size_t>(Index) >= menu_col_player_item.size()) return;
-    if (menu_col_player_item[static_cast<size_t>(Index)]->isChecked()) return;
-    for (QAction* item : menu_col_player_item) item->setChecked(false);
-    menu_col_player_item[static_cast<size_t>(Index)]->setChecked(true);
+    if (!MoveCheckMark(menu_col_player_item, Index)) return;
     PlayerNumber = Index;
     RefreshImage(false);
 }
 
 void MainForm::menu_col_team_item_Click(int16_t Index) {
-    if (Index < 0 || static_cast<size_t>(Index) >= menu_col_team_item.size()) return;
-    if (menu_col_team_item[static_cast<size_t>(Index)]->isChecked()) return;
-    for (QAction* item : menu_col_team_item) item->setChecked(false);
-    menu_col_team_item[static_cast<size_t>(Index)]->setChecked(true);
+    if (!MoveCheckMark(menu_col_team_item, Index)) return;
     TeamColour = Index + FirstPlayer;
     RefreshImage(false);
 }
