@@ -15,7 +15,6 @@
 #include <QPainter>
 #include <QRegularExpressionValidator>
 #include <QScrollBar>
-#include <QShortcut>
 #include <QTimer>
 
 #include "archive/Preview.h"
@@ -281,15 +280,6 @@ void MainForm::CreateControls() {
     AnimateTimer->setInterval(100);
     AnimateTimer->setSingleShot(true);
     connect(AnimateTimer, &QTimer::timeout, this, &MainForm::AnimateTimer_Timer);
-    connect(ResDisplayPic, &PictureBox::ZoomWheel, this, [this](int steps) {
-        for (; steps > 0; --steps) menu_image_zoomin_Click();
-        for (; steps < 0; ++steps) menu_image_zoomout_Click();
-    });
-    // ESC stops the animation wherever the focus is. (A decode asks the keyboard itself, so ESC
-    // still cuts a long one short.)
-    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
-    escape->setContext(Qt::WindowShortcut);
-    connect(escape, &QShortcut::activated, this, &MainForm::StopAnimation);
 }
 
 void MainForm::CreateMenus() {

@@ -76,7 +76,7 @@ public:
     void AnimateTimer_Timer();
     // Stops a playing animation and takes the check mark off "Play animation"; nothing when none plays.
     void StopAnimation();
-    // Palettes and colours (shell/MainFormColours.cpp)
+    // The Layers and Colours menus: palettes, colours and check marks (shell/MainFormColours.cpp)
     void menu_pal_default_Click();
     void menu_pal_select_Click();
     void menu_col_choose_Click(int16_t Index);
@@ -86,7 +86,7 @@ public:
     void menu_layers_shadow_Click();
     void menu_layers_selection_Click();
     void menu_layers_outline_Click();
-    // Exports (shell/MainFormExports.cpp)
+    // The Image menu's exports (shell/MainFormExports.cpp)
     void menu_savebmp_Click();
     void menu_image_savesequence_Click();
     void menu_image_slx_Click();

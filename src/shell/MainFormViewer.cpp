@@ -8,6 +8,7 @@
 #include <QMenuBar>
 #include <QPainter>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QTimer>
 
 #include "shell/Controls.h"
@@ -38,6 +39,16 @@ void MainForm::CreateImageMenu() {
     connect(menu_image_zoomout, &QAction::triggered, this, &MainForm::menu_image_zoomout_Click);
     connect(menu_image_actualsize, &QAction::triggered, this, &MainForm::menu_image_actualsize_Click);
     OnCheckItemClick(menu_image_play, [this] { menu_image_play_Click(); });
+
+    // Ctrl and the wheel zoom as the items do, and ESC stops the animation wherever the focus is. (A
+    // decode asks the keyboard itself, so ESC still cuts a long one short.)
+    connect(ResDisplayPic, &PictureBox::ZoomWheel, this, [this](int steps) {
+        for (; steps > 0; --steps) menu_image_zoomin_Click();
+        for (; steps < 0; ++steps) menu_image_zoomout_Click();
+    });
+    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    escape->setContext(Qt::WindowShortcut);
+    connect(escape, &QShortcut::activated, this, &MainForm::StopAnimation);
 }
 
 void MainForm::RefreshImage(bool Force) {
