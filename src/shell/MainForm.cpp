@@ -1,6 +1,5 @@
 #include "shell/MainForm.h"
 
-#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
@@ -16,10 +15,8 @@
 #include <QPainter>
 #include <QRegularExpressionValidator>
 #include <QScrollBar>
-#include <QShortcut>
 #include <QTimer>
 
-#include "archive/EntryFiles.h"
 #include "archive/Preview.h"
 #include "base/Functions.h"
 #include "base/RegKeys.h"
@@ -42,14 +39,6 @@ constexpr const char* DemoArchiveName = "demo.drs";
 
 const QColor WindowBlue(0, 0, 128);  // colour value 0x800000
 const QColor PaneGrey(224, 224, 224);
-
-// A length worked out in floating point, rounded to the nearest whole number that 16 bits hold.
-int16_t RoundToInteger(double value) {
-    const double rounded = std::nearbyint(value);
-    if (!(rounded >= INT16_MIN)) return INT16_MIN;
-    if (rounded > INT16_MAX) return INT16_MAX;
-    return static_cast<int16_t>(rounded);
-}
 
 // Sets a control's background and text colours, each in the role that the kind of control paints with.
 void SetColours(QWidget* control, QPalette::ColorRole role, QColor colour, QPalette::ColorRole textRole, QColor text) {
@@ -115,11 +104,6 @@ MainForm::MainForm(Platform platform)
 
     MainComDlg.DialogTitle = "Select DRS file to open";
     MainComDlg.Filter = OpenFilter;
-    ComDlg.DialogTitle = "Save image as...";
-    ComDlg.Filter = "BMP file (*.bmp)|*.bmp|All files (*.*)|*.*";
-    PalComDlg.DialogTitle = "Use palette...";
-    // The design's filter, then one under which a file of any format Brindle knows is read by its content.
-    PalComDlg.Filter = std::string("PAL files (*.pal)|*.pal|All files (*.*)|*.*|").append(OtherPalettesFilter);
 
     resize(TwipsToPixels(ClientWidth, TwipsPerPixelX()),
            TwipsToPixels(ClientHeight, TwipsPerPixelY()) + menuBar()->sizeHint().height());
@@ -296,151 +280,50 @@ void MainForm::CreateControls() {
     AnimateTimer->setInterval(100);
     AnimateTimer->setSingleShot(true);
     connect(AnimateTimer, &QTimer::timeout, this, &MainForm::AnimateTimer_Timer);
-    connect(ResDisplayPic, &PictureBox::ZoomWheel, this, [this](int steps) {
-        for (; steps > 0; --steps) menu_image_zoomin_Click();
-        for (; steps < 0; ++steps) menu_image_zoomout_Click();
-    });
-    // ESC stops the animation wherever the focus is. (A decode asks the keyboard itself, so ESC
-    // still cuts a long one short.)
-    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
-    escape->setContext(Qt::WindowShortcut);
-    connect(escape, &QShortcut::activated, this, &MainForm::StopAnimation);
 }
 
 void MainForm::CreateMenus() {
-    QMenuBar* bar = menuBar();
-    auto item = [](QMenu* menu, const char* caption, bool checked = false) {
-        QAction* action = menu->addAction(QString::fromUtf8(caption));
-        if (checked) {
-            action->setCheckable(true);
-            action->setChecked(true);
-        }
-        return action;
-    };
-    auto divider = [bar] {
-        QAction* action = bar->addAction(QStringLiteral("|"));
-        action->setEnabled(false);
-        return action;
-    };
+    CreateFileMenu();
+    CreateExtractMenu();
+    CreateDescriptionMenu();
+    menu_divider_1 = AddDivider();
+    CreateImageMenu();
+    CreateLayersMenu();
+    CreateColourMenu();
+    menu_divider_2 = AddDivider();
+    CreateHelpMenu();
+    UpdateActions();  // the items that come and go, as they start
+}
 
-    menu_file = bar->addMenu(QStringLiteral("File"));
-    menu_file_open = item(menu_file, "Open...");
-    menu_file_exit = item(menu_file, "Exit");
-
-    menu_extract = bar->addMenu(QStringLiteral("Extract"));
-    menu_extract_file = item(menu_extract, "Extract this file...");
-    SetEnabled(menu_extract_file, false);
-    menu_extract_all = item(menu_extract, "Extract all files...");
-    menu_extract_all->setVisible(false);
-    SetEnabled(menu_extract_all, false);
-    menu_extract_pal = item(menu_extract, "Extract as palette");
-    SetEnabled(menu_extract_pal, false);
-    menu_extract_folder = item(menu_extract, "Extract all to folder...");
-    SetEnabled(menu_extract_folder, false);
-
-    menu_descr = bar->addMenu(QStringLiteral("Descriptions"));
-    menu_descr->menuAction()->setVisible(false);
-    menu_descr_edit = item(menu_descr, "Edit");
-    menu_descr_edit->setCheckable(true);
-    menu_descr_load = item(menu_descr, "Load from file...");
-    menu_descr_save = item(menu_descr, "Save to file...");
-
-    menu_divider_1 = divider();
-
-    menu_image = bar->addMenu(QStringLiteral("Image"));
-    menu_image->menuAction()->setVisible(false);
-    menu_image_autorefresh = item(menu_image, "Auto-refresh", true);
-    menu_image_refresh = item(menu_image, "Refresh");
-    menu_image_refresh->setShortcut(Qt::Key_F5);
-    menu_savebmp = item(menu_image, "Save as BMP");
-    menu_image_slx = item(menu_image, "Export as SLX");
-    menu_image_slx->setVisible(false);
-    menu_image_test2 = item(menu_image, "Show data bit");
-    menu_image_test2->setVisible(false);
-    menu_image_savesequence = item(menu_image, "Save as image sequence");
-    menu_image_zoomin = item(menu_image, "Zoom in");
-    menu_image_zoomin->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Plus), QKeySequence(Qt::CTRL | Qt::Key_Equal)});
-    menu_image_zoomout = item(menu_image, "Zoom out");
-    menu_image_zoomout->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Minus));
-    menu_image_actualsize = item(menu_image, "Actual size");
-    menu_image_actualsize->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_0));
-    menu_image_play = item(menu_image, "Play animation");
-    menu_image_play->setCheckable(true);
-    menu_image_play->setShortcut(QKeySequence(Qt::Key_P));
-
-    menu_layers = bar->addMenu(QStringLiteral("Layers"));
-    menu_layers->menuAction()->setVisible(false);
-    menu_layers_colours = item(menu_layers, "Colours", true);
-    menu_layers_shadow = item(menu_layers, "Shadow", true);
-    menu_layers_selection = item(menu_layers, "Outline (inner)", true);
-    menu_layers_outline = item(menu_layers, "Outline (outer)", true);
-
-    menu_col = bar->addMenu(QStringLiteral("Colours"));
-    menu_col->menuAction()->setVisible(false);
-    menu_col_pal = menu_col->addMenu(QStringLiteral("Palette"));
-    menu_pal_default = item(menu_col_pal, "Use default");
-    menu_pal_select = item(menu_col_pal, "[default] Select...", true);
-    menu_col_player = menu_col->addMenu(QStringLiteral("Player"));
-    menu_col_player->menuAction()->setVisible(false);
-    const char* players[8] = {"Player 1 (blue)",   "Player 2 (red)",  "Player 3 (green)",  "Player 4 (yellow)",
-                              "Player 5 (orange)", "Player 6 (cyan)", "Player 7 (purple)", "Player 8 (grey)"};
-    for (size_t i = 0; i < menu_col_player_item.size(); ++i) {
-        menu_col_player_item[i] = item(menu_col_player, players[i]);
-        menu_col_player_item[i]->setCheckable(true);
-    }
-    menu_col_player_item[0]->setChecked(true);
-    const char* colours[4] = {"Mask...", "Shadow...", "Outline (inner)...", "Outline (outer)..."};
-    for (size_t i = 0; i < menu_col_choose.size(); ++i) menu_col_choose[i] = item(menu_col, colours[i]);
-    menu_col_team = menu_col->addMenu(QStringLiteral("Team colour"));
-    const char* teams[8] = {"1 (blue)", "2 (red)", "3 (green)", "4 (yellow)", "5 (orange)", "6 (cyan)", "7 (purple)", "8 (grey)"};
-    for (size_t i = 0; i < menu_col_team_item.size(); ++i) {
-        menu_col_team_item[i] = item(menu_col_team, teams[i]);
-        menu_col_team_item[i]->setCheckable(true);
-    }
-    menu_col_team_item[0]->setChecked(true);
-
-    menu_divider_2 = divider();
-    menu_divider_2->setVisible(false);
-
-    menu_help = bar->addMenu(QStringLiteral("Help"));
-    menu_help_help = item(menu_help, "Help");
-    menu_help_about = item(menu_help, "About");
-
+void MainForm::CreateFileMenu() {
+    menu_file = menuBar()->addMenu(QStringLiteral("File"));
+    menu_file_open = AddItem(menu_file, "Open...");
+    menu_file_exit = AddItem(menu_file, "Exit");
     connect(menu_file_open, &QAction::triggered, this, &MainForm::menu_file_open_Click);
     connect(menu_file_exit, &QAction::triggered, this, &MainForm::menu_file_exit_Click);
-    connect(menu_extract_file, &QAction::triggered, this, &MainForm::menu_extract_file_Click);
-    connect(menu_extract_all, &QAction::triggered, this, &MainForm::menu_extract_all_Click);
-    connect(menu_extract_pal, &QAction::triggered, this, &MainForm::menu_extract_pal_Click);
-    connect(menu_extract_folder, &QAction::triggered, this, &MainForm::menu_extract_folder_Click);
-    OnCheckItemClick(menu_descr_edit, [this] { menu_descr_edit_Click(); });
-    connect(menu_descr_load, &QAction::triggered, this, &MainForm::menu_descr_load_Click);
-    connect(menu_descr_save, &QAction::triggered, this, &MainForm::menu_descr_save_Click);
-    OnCheckItemClick(menu_image_autorefresh, [this] { menu_image_autorefresh_Click(); });
-    connect(menu_image_refresh, &QAction::triggered, this, &MainForm::menu_image_refresh_Click);
-    connect(menu_savebmp, &QAction::triggered, this, &MainForm::menu_savebmp_Click);
-    connect(menu_image_slx, &QAction::triggered, this, &MainForm::menu_image_slx_Click);
-    connect(menu_image_savesequence, &QAction::triggered, this, &MainForm::menu_image_savesequence_Click);
-    connect(menu_image_zoomin, &QAction::triggered, this, &MainForm::menu_image_zoomin_Click);
-    connect(menu_image_zoomout, &QAction::triggered, this, &MainForm::menu_image_zoomout_Click);
-    connect(menu_image_actualsize, &QAction::triggered, this, &MainForm::menu_image_actualsize_Click);
-    OnCheckItemClick(menu_image_play, [this] { menu_image_play_Click(); });
-    OnCheckItemClick(menu_layers_colours, [this] { menu_layers_colours_Click(); });
-    OnCheckItemClick(menu_layers_shadow, [this] { menu_layers_shadow_Click(); });
-    OnCheckItemClick(menu_layers_selection, [this] { menu_layers_selection_Click(); });
-    OnCheckItemClick(menu_layers_outline, [this] { menu_layers_outline_Click(); });
-    connect(menu_pal_default, &QAction::triggered, this, &MainForm::menu_pal_default_Click);
-    OnCheckItemClick(menu_pal_select, [this] { menu_pal_select_Click(); });
-    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_player_item.size()); ++i) {
-        OnCheckItemClick(menu_col_player_item[static_cast<size_t>(i)], [this, i] { menu_col_player_item_Click(i); });
-    }
-    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_choose.size()); ++i) {
-        connect(menu_col_choose[static_cast<size_t>(i)], &QAction::triggered, this, [this, i] { menu_col_choose_Click(i); });
-    }
-    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_team_item.size()); ++i) {
-        OnCheckItemClick(menu_col_team_item[static_cast<size_t>(i)], [this, i] { menu_col_team_item_Click(i); });
-    }
+}
+
+void MainForm::CreateHelpMenu() {
+    menu_help = menuBar()->addMenu(QStringLiteral("Help"));
+    menu_help_help = AddItem(menu_help, "Help");
+    menu_help_about = AddItem(menu_help, "About");
     connect(menu_help_help, &QAction::triggered, this, &MainForm::menu_help_help_Click);
     connect(menu_help_about, &QAction::triggered, this, &MainForm::menu_help_about_Click);
+}
+
+QAction* MainForm::AddItem(QMenu* menu, const char* caption, bool checked) {
+    QAction* action = menu->addAction(QString::fromUtf8(caption));
+    if (checked) {
+        action->setCheckable(true);
+        action->setChecked(true);
+    }
+    return action;
+}
+
+QAction* MainForm::AddDivider() {
+    QAction* action = menuBar()->addAction(QStringLiteral("|"));
+    action->setEnabled(false);
+    return action;
 }
 
 void MainForm::OnCheckItemClick(QAction* item, std::function<void()> handler) {
@@ -458,6 +341,20 @@ void MainForm::SetEnabled(QAction* item, bool enabled) {
 bool MainForm::IsEnabled(const QAction* item) {
     const QVariant enabled = item->property("Enabled");
     return enabled.isValid() ? enabled.toBool() : item->isEnabled();
+}
+
+void MainForm::UpdateActions() {
+    SetEnabled(menu_extract_file, shown_.Listed && shown_.Kind != KindHeading);
+    SetEnabled(menu_extract_all, DRSFileOpen);
+    SetEnabled(menu_extract_pal, shown_.Palette);
+    SetEnabled(menu_extract_folder, DRSFileOpen);
+    // A sprite on show brings the Image and Colours menus and the second divider; the Layers menu,
+    // whose items no drawing reads, never shows.
+    const bool sprite = shown_.Kind == KindSLP;
+    menu_image->menuAction()->setVisible(sprite);
+    menu_layers->menuAction()->setVisible(false);
+    menu_col->menuAction()->setVisible(sprite);
+    menu_divider_2->setVisible(sprite);
 }
 
 // --- Start and end ----------------------------------------------------------------------------------
@@ -546,10 +443,9 @@ void MainForm::OpenArchive(const std::string& chosen, bool spritesToo) {
         sprite = spritesToo && ReadSpriteCatalogue(DRSFileNumber, BaseNameOfPath(DRSFilePath), *this).Ok();
         opened = sprite || ReadCatalogueAsking().Ok();
     }
+    shown_.Listed = false;  // the list is new, or is cleared below: no row of it is selected yet
     if (opened) {
-        SetEnabled(menu_extract_all, true);
-        SetEnabled(menu_extract_folder, true);
-        SetEnabled(menu_extract_file, false);
+        UpdateActions();
         SetStatusText("");
         if (sprite) DRSFilesList->SetListIndex(1);  // its one row, shown at once
         return;
@@ -560,9 +456,7 @@ void MainForm::OpenArchive(const std::string& chosen, bool spritesToo) {
     DRSFilePath.clear();
     SetCaption(DRSFileLabel2, "[none]");
     CloseArchive();
-    SetEnabled(menu_extract_all, false);
-    SetEnabled(menu_extract_folder, false);
-    SetEnabled(menu_extract_file, false);
+    UpdateActions();
     // The rows still listed belong to the archive just closed: no copy could come out of them now.
     DRSCatalogue.clear();
     ClearList();
@@ -609,22 +503,18 @@ void MainForm::DRSFilesList_Click() {
     const std::string path = tempRun_.NewCopyPath();
     (void)CopyEntry(path, row);
 
-    SetEnabled(menu_extract_pal, false);
-    SetEnabled(menu_extract_file, true);
+    const int32_t kind = DRSFilesList->ItemData(index);
+    shown_ = {kind, false, true};
+    UpdateActions();
     ResDisplayPic->hide();
     FrameScroll->hide();
     PictureStatusText->hide();
-    menu_col->menuAction()->setVisible(false);
-    menu_layers->menuAction()->setVisible(false);
-    menu_image->menuAction()->setVisible(false);
-    menu_divider_2->setVisible(false);
     SetStatusText("");
 
-    switch (DRSFilesList->ItemData(index)) {
+    switch (kind) {
     case KindHeading:
         ResDisplayText->hide();
         ResDisplayText->SetText("");
-        SetEnabled(menu_extract_file, false);
         break;
     case KindSLP:
         ResDisplayText->hide();
@@ -632,9 +522,6 @@ void MainForm::DRSFilesList_Click() {
         ResDisplayPic->show();
         FrameScroll->show();
         PictureStatusText->show();
-        menu_col->menuAction()->setVisible(true);
-        menu_image->menuAction()->setVisible(true);
-        menu_divider_2->setVisible(true);
         // The last sprite's picture goes first, so that a sprite too damaged to draw shows nothing
         // rather than its predecessor; one damaged further in shows what could be decoded.
         ResDisplayPic->SetPicture({});
@@ -663,76 +550,11 @@ void MainForm::ShowPreviewText(int32_t id, const std::string& path) {
     ResDisplayText->hide();
     ResDisplayText->SetTextRTF(preview.Rtf);
     ResDisplayText->show();
-    if (preview.IsPalette) SetEnabled(menu_extract_pal, true);
-}
-
-// --- Extract menu -----------------------------------------------------------------------------------
-
-void MainForm::menu_extract_file_Click() {
-    const CatalogueRow* selected = SelectedRow();
-    if (!selected) return;
-    const CatalogueRow row = *selected;
-
-    SetStatusText("Saving file...");
-    MainComDlg.DialogTitle = "Select filename to save resource as";
-    MainComDlg.Filter = "BIN file (*.bin)|*.bin|WAV file (*.wav)|*.wav|SLP file (*.slp)|*.slp|All files (*.*)|*.*";
-    const int32_t kind = DRSFilesList->ItemData(DRSFilesList->ListIndex());
-    switch (kind) {
-    case KindBIN: MainComDlg.FilterIndex = 1; break;
-    case KindWAV: MainComDlg.FilterIndex = 2; break;
-    case KindSLP: MainComDlg.FilterIndex = 3; break;
-    default: MainComDlg.FilterIndex = 4; break;
+    if (preview.IsPalette) {
+        shown_.Palette = true;
+        UpdateActions();
     }
-    MainComDlg.FileName = ProposedName(kind, row.ID);  // as extract-all names the entry
-    if (platform_.Dialogs.ShowSave(MainComDlg) && !MainComDlg.FileName.empty()) {
-        (void)CopyEntry(MainComDlg.FileName, row);
-    }
-    SetStatusText("");
 }
-
-void MainForm::menu_extract_all_Click() { ShowMessage("Sorry, feature not yet implemented!", MessageStyle::Plain); }
-
-// --- Frame viewer -----------------------------------------------------------------------------------
-
-void MainForm::RefreshImage(bool Force) {
-    if (!Force && !AutoRefresh) return;
-    (void)ShowImage(ResDisplayPic->Tag, static_cast<int16_t>(FrameScroll->value()), false, "", *this, TeamColour);
-}
-
-void MainForm::menu_image_autorefresh_Click() {
-    menu_image_autorefresh->setChecked(!menu_image_autorefresh->isChecked());
-    AutoRefresh = menu_image_autorefresh->isChecked();
-}
-
-void MainForm::menu_image_refresh_Click() { RefreshImage(true); }
-
-void MainForm::FrameScroll_Change() {
-    if (FrameScrollTag == "on") RefreshImage(true);
-}
-
-void MainForm::ResDisplayPic_MouseDown(int X, int Y) {
-    DragStartX = X;
-    DragStartY = Y;
-    DragState = 1;
-}
-
-void MainForm::ResDisplayPic_MouseMove(int X, int Y) {
-    // Moving the picture under the pointer makes a move event of its own; every second one is dropped.
-    if (DragState == 2) {
-        DragState = 1;
-        return;
-    }
-    if (DragState != 1) return;
-    DragState = 2;
-    TwipsRect place = TwipsOf(ResDisplayPic);
-    place.Left = MaxInteger(RoundToInteger((X - DragStartX) * TwipsPerPixelX() + place.Left), 0);
-    place.Top = MaxInteger(RoundToInteger((Y - DragStartY) * TwipsPerPixelY() + place.Top), 0);
-    PlaceInTwips(ResDisplayPic, place);
-    ClipPicture();
-    RepaintMainForm();
-}
-
-void MainForm::ResDisplayPic_MouseUp(int, int) { DragState = 0; }
 
 // --- Host ---------------------------------------------------------------------------------------------
 

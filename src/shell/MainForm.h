@@ -54,19 +54,21 @@ public:
     // when the archive was refused.
     bool OpenFromOutside(const std::string& path);
     void menu_file_exit_Click();
-    void menu_extract_file_Click();
-    void menu_extract_all_Click();
-    void menu_extract_folder_Click();  // shell/MainFormExtract.cpp
     void menu_help_help_Click();
     void menu_help_about_Click();
+    void DRSFilesList_Click();
+    // The Extract menu (shell/MainFormExtract.cpp)
+    void menu_extract_file_Click();
+    void menu_extract_all_Click();
+    void menu_extract_pal_Click();
+    void menu_extract_folder_Click();
+    // The frame viewer: refresh, drag, zoom and animation (shell/MainFormViewer.cpp)
     void menu_image_autorefresh_Click();
     void menu_image_refresh_Click();
-    void DRSFilesList_Click();
     void FrameScroll_Change();
     void ResDisplayPic_MouseDown(int X, int Y);
     void ResDisplayPic_MouseMove(int X, int Y);
     void ResDisplayPic_MouseUp(int X, int Y);
-    // Zoom and animation (shell/MainFormViewer.cpp)
     void menu_image_zoomin_Click();
     void menu_image_zoomout_Click();
     void menu_image_actualsize_Click();
@@ -74,10 +76,9 @@ public:
     void AnimateTimer_Timer();
     // Stops a playing animation and takes the check mark off "Play animation"; nothing when none plays.
     void StopAnimation();
-    // Palettes and colours (shell/MainFormColours.cpp)
+    // The Layers and Colours menus: palettes, colours and check marks (shell/MainFormColours.cpp)
     void menu_pal_default_Click();
     void menu_pal_select_Click();
-    void menu_extract_pal_Click();
     void menu_col_choose_Click(int16_t Index);
     void menu_col_player_item_Click(int16_t Index);
     void menu_col_team_item_Click(int16_t Index);
@@ -85,7 +86,7 @@ public:
     void menu_layers_shadow_Click();
     void menu_layers_selection_Click();
     void menu_layers_outline_Click();
-    // Exports (shell/MainFormExports.cpp)
+    // The Image menu's exports (shell/MainFormExports.cpp)
     void menu_savebmp_Click();
     void menu_image_savesequence_Click();
     void menu_image_slx_Click();
@@ -218,12 +219,35 @@ protected:
 
 private:
     void CreateControls();
+    // The menu bar in the design's order, each menu made and wired by the file that handles it.
     void CreateMenus();
+    void CreateFileMenu();
+    void CreateExtractMenu();      // shell/MainFormExtract.cpp
+    void CreateDescriptionMenu();  // shell/MainFormDescriptions.cpp
+    void CreateImageMenu();        // shell/MainFormViewer.cpp
+    void AddExportItems();         // the Image menu's exports (shell/MainFormExports.cpp)
+    void CreateLayersMenu();       // shell/MainFormColours.cpp
+    void CreateColourMenu();       // shell/MainFormColours.cpp
+    void CreateHelpMenu();
+    // An item at the end of a menu; with `checked`, a checkable one that starts checked.
+    static QAction* AddItem(QMenu* menu, const char* caption, bool checked = false);
+    QAction* AddDivider();  // a "|" on the menu bar, never enabled
     void PlaceInTwips(QWidget* control, TwipsRect twips);
     void SetCaption(QLabel* label, std::string_view text);  // the label takes the size of its text
     void RefreshImage(bool Force);
     CatalogueResult ReadCatalogueAsking();
     bool CopyEntry(const std::string& path, const CatalogueRow& row);
+    // Every Enabled and Visible state of the menus that changes while the window runs, from the open
+    // archive and the row on show: called wherever either changes.
+    void UpdateActions();
+    // The row the viewer shows. It stays on show through the opening of another archive, as its picture
+    // or text does; only "Extract this file..." goes with the list it was selected in.
+    struct ShownRow {
+        std::optional<int32_t> Kind;  // none before the first selection
+        bool Palette = false;         // its text reads as a palette
+        bool Listed = false;          // selected in the list as it stands: no archive has opened since
+    };
+    ShownRow shown_;
     void CloseArchive();
     // File > Open from the name on: the three outcomes. With spritesToo, a file that is no archive but a
     // sprite opens as an archive of that one sprite, selected, without the design's question.

@@ -1,10 +1,13 @@
-// The window's palette and colour choices: the Palette submenu, "Extract as palette", the four colours,
-// the team colour of player pixels, and the Player and Layers items, which hold a state that no
-// drawing reads.
+// The window's palette and colour choices, the Layers and Colours menus: the Palette submenu, the four
+// colours, the team colour of player pixels, and the Player and Layers items, which hold a state that
+// no drawing reads.
 
+#include <array>
 #include <optional>
+#include <span>
 
 #include <QAction>
+#include <QMenuBar>
 
 #include "archive/UsefulCode.h"
 #include "base/Functions.h"
@@ -36,7 +39,69 @@ uint32_t* ChosenColour(int16_t Index) {
     }
 }
 
+// Moves the check mark of a group of items, one of which is always checked, to the item at Index;
+// false, and nothing changes, when the mark is there already or the group has no such item.
+bool MoveCheckMark(std::span<QAction* const> items, int16_t Index) {
+    if (Index < 0 || static_cast<size_t>(Index) >= items.size() || items[static_cast<size_t>(Index)]->isChecked()) return false;
+    for (QAction* item : items) item->setChecked(false);
+    items[static_cast<size_t>(Index)]->setChecked(true);
+    return true;
+}
+
 }  // namespace
+
+void MainForm::CreateLayersMenu() {
+    menu_layers = menuBar()->addMenu(QStringLiteral("Layers"));
+    menu_layers_colours = AddItem(menu_layers, "Colours", true);
+    menu_layers_shadow = AddItem(menu_layers, "Shadow", true);
+    menu_layers_selection = AddItem(menu_layers, "Outline (inner)", true);
+    menu_layers_outline = AddItem(menu_layers, "Outline (outer)", true);
+    OnCheckItemClick(menu_layers_colours, [this] { menu_layers_colours_Click(); });
+    OnCheckItemClick(menu_layers_shadow, [this] { menu_layers_shadow_Click(); });
+    OnCheckItemClick(menu_layers_selection, [this] { menu_layers_selection_Click(); });
+    OnCheckItemClick(menu_layers_outline, [this] { menu_layers_outline_Click(); });
+}
+
+void MainForm::CreateColourMenu() {
+    menu_col = menuBar()->addMenu(QStringLiteral("Colours"));
+    menu_col_pal = menu_col->addMenu(QStringLiteral("Palette"));
+    menu_pal_default = AddItem(menu_col_pal, "Use default");
+    menu_pal_select = AddItem(menu_col_pal, "[default] Select...", true);
+    connect(menu_pal_default, &QAction::triggered, this, &MainForm::menu_pal_default_Click);
+    OnCheckItemClick(menu_pal_select, [this] { menu_pal_select_Click(); });
+    PalComDlg.DialogTitle = "Use palette...";
+    // The design's filter, then one under which a file of any format Brindle knows is read by its content.
+    PalComDlg.Filter = std::string("PAL files (*.pal)|*.pal|All files (*.*)|*.*|").append(OtherPalettesFilter);
+
+    // The eight players' items, the first checked; a click moves the check mark (MoveCheckMark).
+    auto playerGroup = [this](QMenu* menu, const std::array<const char*, 8>& captions, std::array<QAction*, 8>& items,
+                              void (MainForm::*click)(int16_t)) {
+        for (int16_t i = 0; i < static_cast<int16_t>(items.size()); ++i) {
+            QAction*& item = items[static_cast<size_t>(i)];
+            item = AddItem(menu, captions[static_cast<size_t>(i)]);
+            item->setCheckable(true);
+            OnCheckItemClick(item, [this, click, i] { (this->*click)(i); });
+        }
+        items[0]->setChecked(true);
+    };
+    menu_col_player = menu_col->addMenu(QStringLiteral("Player"));
+    menu_col_player->menuAction()->setVisible(false);
+    playerGroup(menu_col_player,
+                {"Player 1 (blue)", "Player 2 (red)", "Player 3 (green)", "Player 4 (yellow)", "Player 5 (orange)",
+                 "Player 6 (cyan)", "Player 7 (purple)", "Player 8 (grey)"},
+                menu_col_player_item, &MainForm::menu_col_player_item_Click);
+
+    const char* colours[4] = {"Mask...", "Shadow...", "Outline (inner)...", "Outline (outer)..."};
+    for (int16_t i = 0; i < static_cast<int16_t>(menu_col_choose.size()); ++i) {
+        QAction*& item = menu_col_choose[static_cast<size_t>(i)];
+        item = AddItem(menu_col, colours[i]);
+        connect(item, &QAction::triggered, this, [this, i] { menu_col_choose_Click(i); });
+    }
+
+    menu_col_team = menu_col->addMenu(QStringLiteral("Team colour"));
+    playerGroup(menu_col_team, {"1 (blue)", "2 (red)", "3 (green)", "4 (yellow)", "5 (orange)", "6 (cyan)", "7 (purple)", "8 (grey)"},
+                menu_col_team_item, &MainForm::menu_col_team_item_Click);
+}
 
 void MainForm::menu_pal_default_Click() {
     (void)LoadPalette("");  // the default palette always loads
@@ -64,20 +129,6 @@ void MainForm::menu_pal_select_Click() {
     RefreshImage(false);
 }
 
-void MainForm::menu_extract_pal_Click() {
-    SetStatusText("Saving palette...");
-    const CatalogueRow* selected = SelectedRow();
-    if (!selected) {
-        ShowMessage("Error saving palette data!", MessageStyle::Plain);
-        return;
-    }
-    const CatalogueRow row = *selected;
-    // A copy that failed has told the user; "now available" would not be true.
-    if (!CopyEntry(TempFolder + std::to_string(row.ID) + ".pal", row)) return;
-    ShowMessage("Palette now available in image viewer", MessageStyle::Plain);
-    SetStatusText("");
-}
-
 void MainForm::menu_col_choose_Click(int16_t Index) {
     uint32_t* colour = ChosenColour(Index);
     if (!colour) return;
@@ -88,19 +139,13 @@ void MainForm::menu_col_choose_Click(int16_t Index) {
 }
 
 void MainForm::menu_col_player_item_Click(int16_t Index) {
-    if (Index < 0 || static_cast<size_t>(Index) >= menu_col_player_item.size()) return;
-    if (menu_col_player_item[static_cast<size_t>(Index)]->isChecked()) return;
-    for (QAction* item : menu_col_player_item) item->setChecked(false);
-    menu_col_player_item[static_cast<size_t>(Index)]->setChecked(true);
+    if (!MoveCheckMark(menu_col_player_item, Index)) return;
     PlayerNumber = Index;
     RefreshImage(false);
 }
 
 void MainForm::menu_col_team_item_Click(int16_t Index) {
-    if (Index < 0 || static_cast<size_t>(Index) >= menu_col_team_item.size()) return;
-    if (menu_col_team_item[static_cast<size_t>(Index)]->isChecked()) return;
-    for (QAction* item : menu_col_team_item) item->setChecked(false);
-    menu_col_team_item[static_cast<size_t>(Index)]->setChecked(true);
+    if (!MoveCheckMark(menu_col_team_item, Index)) return;
     TeamColour = Index + FirstPlayer;
     RefreshImage(false);
 }

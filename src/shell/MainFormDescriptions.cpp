@@ -9,6 +9,7 @@
 #include <QAction>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QMenuBar>
 
 #include "archive/UsefulCode.h"
 #include "descriptions/DescriptionFiles.h"
@@ -21,6 +22,18 @@ namespace {
 constexpr const char* DescriptionFilter = "Description file (*.dsc)|*.dsc";
 
 }  // namespace
+
+void MainForm::CreateDescriptionMenu() {
+    menu_descr = menuBar()->addMenu(QStringLiteral("Descriptions"));
+    menu_descr->menuAction()->setVisible(false);
+    menu_descr_edit = AddItem(menu_descr, "Edit");
+    menu_descr_edit->setCheckable(true);
+    menu_descr_load = AddItem(menu_descr, "Load from file...");
+    menu_descr_save = AddItem(menu_descr, "Save to file...");
+    OnCheckItemClick(menu_descr_edit, [this] { menu_descr_edit_Click(); });
+    connect(menu_descr_load, &QAction::triggered, this, &MainForm::menu_descr_load_Click);
+    connect(menu_descr_save, &QAction::triggered, this, &MainForm::menu_descr_save_Click);
+}
 
 void MainForm::LoadDescriptionControls(const ResourceDescription& description) {
     for (QComboBox* list : RenameLists) list->setEnabled(false);

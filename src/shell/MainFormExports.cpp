@@ -1,8 +1,10 @@
-// The window's exports of the sprite on show: one frame as a BMP file, every frame as a numbered BMP
-// sequence, and the SLX bundle. Each works on the temporary SLP file named in the Tag of ResDisplayPic.
+// The window's exports of the sprite on show, items of the Image menu: one frame as a BMP file, every
+// frame as a numbered BMP sequence, and the SLX bundle. Each works on the temporary SLP file named in the Tag of ResDisplayPic.
 // The formats of today's tools draw player pixels in the window's team colour; the design's own
 // BMP and SLX exports in player 1's.
 
+#include <QAction>
+#include <QMenu>
 #include <QScrollBar>
 
 #include <algorithm>
@@ -47,6 +49,20 @@ Outcome WriteImageExport(const std::string& slpPath, ImageFormat format, int32_t
 }
 
 }  // namespace
+
+void MainForm::AddExportItems() {
+    menu_savebmp = AddItem(menu_image, "Save as BMP");
+    menu_image_slx = AddItem(menu_image, "Export as SLX");
+    menu_image_slx->setVisible(false);
+    menu_image_test2 = AddItem(menu_image, "Show data bit");
+    menu_image_test2->setVisible(false);
+    menu_image_savesequence = AddItem(menu_image, "Save as image sequence");
+    connect(menu_savebmp, &QAction::triggered, this, &MainForm::menu_savebmp_Click);
+    connect(menu_image_slx, &QAction::triggered, this, &MainForm::menu_image_slx_Click);
+    connect(menu_image_savesequence, &QAction::triggered, this, &MainForm::menu_image_savesequence_Click);
+    ComDlg.DialogTitle = "Save image as...";
+    ComDlg.Filter = "BMP file (*.bmp)|*.bmp|All files (*.*)|*.*";
+}
 
 bool MainForm::AskImageFileName(const char* filter) {
     ComDlg.Filter = filter;  // the title stays; the file name stays from the last export

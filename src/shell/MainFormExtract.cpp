@@ -1,9 +1,12 @@
-// "Extract all to folder...": every entry of the open archive into a folder the user picks, laid out
-// and named as brindle-cli extract-all does it. The archive is only read; nothing goes through the
+// The Extract menu: the selected entry saved as it is or made the image viewer's palette, and "Extract
+// all to folder...", every entry of the open archive into a folder the user picks, laid out and named
+// as brindle-cli extract-all does it; that one only reads the archive, nothing goes through the
 // temporary folder.
 
+#include <QAction>
 #include <QElapsedTimer>
 #include <QLabel>
+#include <QMenuBar>
 
 #include "archive/DRSCode.h"
 #include "archive/EntryFiles.h"
@@ -18,6 +21,57 @@ namespace {
 constexpr size_t ListedFailures = 20;
 
 }  // namespace
+
+void MainForm::CreateExtractMenu() {
+    menu_extract = menuBar()->addMenu(QStringLiteral("Extract"));
+    menu_extract_file = AddItem(menu_extract, "Extract this file...");
+    menu_extract_all = AddItem(menu_extract, "Extract all files...");
+    menu_extract_all->setVisible(false);
+    menu_extract_pal = AddItem(menu_extract, "Extract as palette");
+    menu_extract_folder = AddItem(menu_extract, "Extract all to folder...");
+    connect(menu_extract_file, &QAction::triggered, this, &MainForm::menu_extract_file_Click);
+    connect(menu_extract_all, &QAction::triggered, this, &MainForm::menu_extract_all_Click);
+    connect(menu_extract_pal, &QAction::triggered, this, &MainForm::menu_extract_pal_Click);
+    connect(menu_extract_folder, &QAction::triggered, this, &MainForm::menu_extract_folder_Click);
+}
+
+void MainForm::menu_extract_file_Click() {
+    const CatalogueRow* selected = SelectedRow();
+    if (!selected) return;
+    const CatalogueRow row = *selected;
+
+    SetStatusText("Saving file...");
+    MainComDlg.DialogTitle = "Select filename to save resource as";
+    MainComDlg.Filter = "BIN file (*.bin)|*.bin|WAV file (*.wav)|*.wav|SLP file (*.slp)|*.slp|All files (*.*)|*.*";
+    const int32_t kind = DRSFilesList->ItemData(DRSFilesList->ListIndex());
+    switch (kind) {
+    case KindBIN: MainComDlg.FilterIndex = 1; break;
+    case KindWAV: MainComDlg.FilterIndex = 2; break;
+    case KindSLP: MainComDlg.FilterIndex = 3; break;
+    default: MainComDlg.FilterIndex = 4; break;
+    }
+    MainComDlg.FileName = ProposedName(kind, row.ID);  // as extract-all names the entry
+    if (platform_.Dialogs.ShowSave(MainComDlg) && !MainComDlg.FileName.empty()) {
+        (void)CopyEntry(MainComDlg.FileName, row);
+    }
+    SetStatusText("");
+}
+
+void MainForm::menu_extract_all_Click() { ShowMessage("Sorry, feature not yet implemented!", MessageStyle::Plain); }
+
+void MainForm::menu_extract_pal_Click() {
+    SetStatusText("Saving palette...");
+    const CatalogueRow* selected = SelectedRow();
+    if (!selected) {
+        ShowMessage("Error saving palette data!", MessageStyle::Plain);
+        return;
+    }
+    const CatalogueRow row = *selected;
+    // A copy that failed has told the user; "now available" would not be true.
+    if (!CopyEntry(TempFolder + std::to_string(row.ID) + ".pal", row)) return;
+    ShowMessage("Palette now available in image viewer", MessageStyle::Plain);
+    SetStatusText("");
+}
 
 void MainForm::menu_extract_folder_Click() {
     if (!DRSFileOpen) return;

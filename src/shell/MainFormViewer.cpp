@@ -1,16 +1,95 @@
-// The frame viewer's additions for today's screens: zoom by whole factors, the animation played frame
-// by frame through FrameScroll on the sprite's common canvas, and the picture kept to its area.
+// The frame viewer and its Image menu: the frame redrawn by the scroll bar, by Refresh or, with
+// Auto-refresh, by a choice of colours; the picture dragged within its area; and the additions for
+// today's screens: zoom by whole factors, and the animation played frame by frame through FrameScroll
+// on the sprite's common canvas.
 
 #include <algorithm>
 
+#include <QMenuBar>
 #include <QPainter>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QTimer>
 
 #include "shell/Controls.h"
 #include "shell/MainForm.h"
+#include "base/Functions.h"
 #include "shell/QtPlatform.h"
+#include "slp/SLPCode.h"
 #include "slp/SLPCodeNew.h"
+
+void MainForm::CreateImageMenu() {
+    menu_image = menuBar()->addMenu(QStringLiteral("Image"));
+    menu_image_autorefresh = AddItem(menu_image, "Auto-refresh", true);
+    menu_image_refresh = AddItem(menu_image, "Refresh");
+    menu_image_refresh->setShortcut(Qt::Key_F5);
+    OnCheckItemClick(menu_image_autorefresh, [this] { menu_image_autorefresh_Click(); });
+    connect(menu_image_refresh, &QAction::triggered, this, &MainForm::menu_image_refresh_Click);
+    AddExportItems();
+    menu_image_zoomin = AddItem(menu_image, "Zoom in");
+    menu_image_zoomin->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Plus), QKeySequence(Qt::CTRL | Qt::Key_Equal)});
+    menu_image_zoomout = AddItem(menu_image, "Zoom out");
+    menu_image_zoomout->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Minus));
+    menu_image_actualsize = AddItem(menu_image, "Actual size");
+    menu_image_actualsize->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_0));
+    menu_image_play = AddItem(menu_image, "Play animation");
+    menu_image_play->setCheckable(true);
+    menu_image_play->setShortcut(QKeySequence(Qt::Key_P));
+    connect(menu_image_zoomin, &QAction::triggered, this, &MainForm::menu_image_zoomin_Click);
+    connect(menu_image_zoomout, &QAction::triggered, this, &MainForm::menu_image_zoomout_Click);
+    connect(menu_image_actualsize, &QAction::triggered, this, &MainForm::menu_image_actualsize_Click);
+    OnCheckItemClick(menu_image_play, [this] { menu_image_play_Click(); });
+
+    // Ctrl and the wheel zoom as the items do, and ESC stops the animation wherever the focus is. (A
+    // decode asks the keyboard itself, so ESC still cuts a long one short.)
+    connect(ResDisplayPic, &PictureBox::ZoomWheel, this, [this](int steps) {
+        for (; steps > 0; --steps) menu_image_zoomin_Click();
+        for (; steps < 0; ++steps) menu_image_zoomout_Click();
+    });
+    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    escape->setContext(Qt::WindowShortcut);
+    connect(escape, &QShortcut::activated, this, &MainForm::StopAnimation);
+}
+
+void MainForm::RefreshImage(bool Force) {
+    if (!Force && !AutoRefresh) return;
+    (void)ShowImage(ResDisplayPic->Tag, static_cast<int16_t>(FrameScroll->value()), false, "", *this, TeamColour);
+}
+
+void MainForm::menu_image_autorefresh_Click() {
+    menu_image_autorefresh->setChecked(!menu_image_autorefresh->isChecked());
+    AutoRefresh = menu_image_autorefresh->isChecked();
+}
+
+void MainForm::menu_image_refresh_Click() { RefreshImage(true); }
+
+void MainForm::FrameScroll_Change() {
+    if (FrameScrollTag == "on") RefreshImage(true);
+}
+
+void MainForm::ResDisplayPic_MouseDown(int X, int Y) {
+    DragStartX = X;
+    DragStartY = Y;
+    DragState = 1;
+}
+
+void MainForm::ResDisplayPic_MouseMove(int X, int Y) {
+    // Moving the picture under the pointer makes a move event of its own; every second one is dropped.
+    if (DragState == 2) {
+        DragState = 1;
+        return;
+    }
+    if (DragState != 1) return;
+    DragState = 2;
+    TwipsRect place = TwipsOf(ResDisplayPic);
+    place.Left = MaxInteger(RoundToInteger((X - DragStartX) * TwipsPerPixelX() + place.Left), 0);
+    place.Top = MaxInteger(RoundToInteger((Y - DragStartY) * TwipsPerPixelY() + place.Top), 0);
+    PlaceInTwips(ResDisplayPic, place);
+    ClipPicture();
+    RepaintMainForm();
+}
+
+void MainForm::ResDisplayPic_MouseUp(int, int) { DragState = 0; }
 
 void MainForm::SetZoom(int32_t zoom) {
     Zoom = zoom;
