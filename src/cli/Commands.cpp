@@ -67,7 +67,7 @@ bool LoadPaletteFile(const std::string& command, const std::string& path, CliHos
     // "Not valid palette file!", and the formats there are
     if (loaded.State == PaletteLoad::Refused) Complain(command, name, host.LastMessage() + ' ' + loaded.Detail);
     if (loaded.State == PaletteLoad::Failed) {
-        Complain(command, name, loaded.Detail.starts_with("cannot open") ? UnreadableReason(path) : ReasonOf(loaded.Detail, name));
+        Complain(command, name, FailureReason(loaded.Detail, name, path));
     }
     return loaded.State == PaletteLoad::Loaded;
 }
@@ -88,7 +88,7 @@ bool OpenSprite(const Options& options, Outputs& outputs, SLPFile& sprite, std::
     }
     SLPHeader header;
     if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) {
-        Complain(options.Command, name, ReasonOf(read.Detail, name));
+        Complain(options.Command, name, FailureReason(read.Detail, name));
         return false;
     }
     return true;
@@ -97,7 +97,7 @@ bool OpenSprite(const Options& options, Outputs& outputs, SLPFile& sprite, std::
 // Copies every planned entry, making the folders of a folder output (-o DIR, extract-all) as needed.
 // With --keep-going a failure is noted and the rest go on; without, the files written so far are
 // removed. True when all were written or kept.
-bool CopyEntries(const Options& options, ReadOnlyFile& archive, const std::vector<PlannedCopy>& plan, bool makeFolders,
+bool CopyEntries(const Options& options, OpenedArchive& archive, const std::vector<PlannedCopy>& plan, bool makeFolders,
                  Outputs& outputs, CliHost* progress) {
     for (const PlannedCopy& copy : plan)
         if (!outputs.IsSafe(copy.Path)) return false;  // before anything is written
@@ -110,7 +110,7 @@ bool CopyEntries(const Options& options, ReadOnlyFile& archive, const std::vecto
         bool ok = false;
         if (error) {
             Complain(options.Command, folder.string(), error.message());
-        } else if (Outcome read = ReadEntryBytes(archive, DRSCatalogue[copy.Row], bytes); !read) {
+        } else if (Outcome read = ReadEntryBytes(archive.File(), DRSCatalogue[copy.Row], bytes); !read) {
             Complain(options.Command, copy.Path, "ID " + std::to_string(DRSCatalogue[copy.Row].ID) + ": " + read.Detail);
         } else {
             ok = outputs.Write(copy.Path, bytes) != Outputs::Result::Failed;
@@ -165,7 +165,7 @@ int StageAndPlace(const Options& options, const std::string& name, const std::st
     const Outcome exported = run(staging.Path() + FileOfPath(base), report);
     const std::vector<std::string>& unfinished = report.Unfinished;
     if (!exported) {
-        Complain(options.Command, name, ReasonOf(exported.Detail, name));
+        Complain(options.Command, name, FailureReason(exported.Detail, name));
         if (!options.KeepGoing) return ExitFailed;
     }
     int failed = 0;
@@ -225,11 +225,10 @@ bool PrepareColours(const Options& options, CliHost& host, Outputs& outputs) {
 // ---- the commands ----------------------------------------------------------------------------------
 
 int RunList(const Options& options) {
-    CliHost host(options.Force);
-    ReadOnlyFile archive;
     Outputs outputs(options.Command, false);
-    if (!LoadArchive(options.Command, options.Source, options.Force, options.Table, archive, host, outputs)) return ExitFailed;
-    const std::vector<ListRow>& rows = host.Rows();
+    OpenedArchive archive(options.Command, options.Source, options.Force, options.Table, outputs);
+    if (!archive.Opened()) return ExitFailed;
+    const std::vector<ListRow>& rows = archive.Rows();
     if (options.Json) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (size_t i = 0; i < rows.size(); ++i) {
@@ -270,11 +269,10 @@ int RunExtract(const Options& options) {
         if (error != std::errc() || end != text.data() + text.size()) return Usage(options, "ROW is a number from the list, not " + text);
     }
 
-    CliHost host(options.Force);
-    ReadOnlyFile archive;
     Outputs outputs(options.Command, options.NoClobber);
-    if (!LoadArchive(options.Command, options.Source, options.Force, options.Table, archive, host, outputs)) return ExitFailed;
-    const std::vector<ListRow>& rows = host.Rows();
+    OpenedArchive archive(options.Command, options.Source, options.Force, options.Table, outputs);
+    if (!archive.Opened()) return ExitFailed;
+    const std::vector<ListRow>& rows = archive.Rows();
 
     std::vector<PlannedCopy> plan;
     if (!byID) {
@@ -311,7 +309,7 @@ int RunExtract(const Options& options) {
     }
     if (plan.size() == 1 && plan[0].Path == "-") {  // standard output: no folder, nothing to plan
         std::vector<uint8_t> bytes;
-        if (Outcome read = ReadEntryBytes(archive, DRSCatalogue[plan[0].Row], bytes); !read) {
+        if (Outcome read = ReadEntryBytes(archive.File(), DRSCatalogue[plan[0].Row], bytes); !read) {
             Complain(options.Command, options.Source, "ID " + std::to_string(DRSCatalogue[plan[0].Row].ID) + ": " + read.Detail);
             return ExitFailed;
         }
@@ -321,14 +319,13 @@ int RunExtract(const Options& options) {
 }
 
 int RunExtractAll(const Options& options) {
-    CliHost host(options.Force);
-    ReadOnlyFile archive;
     Outputs outputs(options.Command, options.NoClobber);
-    if (!LoadArchive(options.Command, options.Source, options.Force, options.Table, archive, host, outputs)) return ExitFailed;
-    const std::vector<ListRow>& rows = host.Rows();
+    OpenedArchive archive(options.Command, options.Source, options.Force, options.Table, outputs);
+    if (!archive.Opened()) return ExitFailed;
+    const std::vector<ListRow>& rows = archive.Rows();
 
     const std::vector<PlannedCopy> plan = PlanEntryFiles(rows, DRSCatalogue, options.Out, options.Table);
-    return CopyEntries(options, archive, plan, true, outputs, &host) ? ExitOk : ExitFailed;
+    return CopyEntries(options, archive, plan, true, outputs, &archive.Host()) ? ExitOk : ExitFailed;
 }
 
 int RunInfo(const Options& options) {
@@ -490,7 +487,7 @@ int RunExport(const Options& options) {
     std::vector<int32_t> damaged;  // with --keep-going: the frames left out
     if (Outcome exported = ExportImages(sprite, format, settings, options.Out, files, notes, host, options.KeepGoing ? &damaged : nullptr);
         !exported) {
-        Complain(options.Command, name, ReasonOf(exported.Detail, name));
+        Complain(options.Command, name, FailureReason(exported.Detail, name));
         return ExitFailed;
     }
     for (const std::string& note : notes) Complain(options.Command, name, note);
@@ -550,7 +547,7 @@ int RunThumbnail(const Options& options) {
     if (options.Source == "-") {  // a sprite's limit, an archive's too: what is past it is left unread
         if (!ReadStandardInput(options.Command, MaxSLPFileBytes, bytes)) return ExitFailed;
     } else if (!archive.Open(options.Source)) {
-        Complain(options.Command, options.Source, UnreadableReason(options.Source));
+        Complain(options.Command, options.Source, FailureReason("", options.Source, options.Source));
         return ExitFailed;
     }
     outputs.AddInput(options.Source);
@@ -607,7 +604,7 @@ int RunThumbnail(const Options& options) {
     RgbaPicture thumbnail;
     std::vector<uint8_t> png;
     if (Outcome made = MakeThumbnail(sprite, options.Size, thumbnail, host); !made) {
-        Complain(options.Command, options.Source, ReasonOf(made.Detail, options.Source));
+        Complain(options.Command, options.Source, FailureReason(made.Detail, options.Source));
         return ExitFailed;
     }
     if (Outcome encoded = EncodePng(thumbnail, png); !encoded) {

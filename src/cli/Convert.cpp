@@ -95,11 +95,11 @@ bool ConvertOne(const Options& options, const Job& job, const SLPFile& sprite, c
 int RunConvert(const Options& options) {
     if (!options.SheetLayout.empty() && options.Format != "sheet") return Usage(options, "--sheet-layout goes with --format sheet");
     if (options.Format == "gif" && options.Fps > MaxGifFps) return Usage(options, GifPaceLimit);
-    CliHost host(options.Force);
-    ReadOnlyFile archive;
     Outputs archiveOnly(options.Command, false);
-    if (!LoadArchive(options.Command, options.Source, options.Force, options.Table, archive, host, archiveOnly)) return ExitFailed;
-    const std::vector<ListRow>& rows = host.Rows();
+    OpenedArchive archive(options.Command, options.Source, options.Force, options.Table, archiveOnly);
+    if (!archive.Opened()) return ExitFailed;
+    CliHost& host = archive.Host();
+    const std::vector<ListRow>& rows = archive.Rows();
     if (!PrepareColours(options, host, archiveOnly)) return ExitFailed;
 
     // The sprites, in the folders extract-all makes; png and bmp sequences each in a folder of the ID.
@@ -124,7 +124,7 @@ int RunConvert(const Options& options) {
             Outcome read = Outcome::Success();
             {
                 const std::lock_guard<std::mutex> lock(archiveReads);
-                read = ReadEntryBytes(archive, DRSCatalogue[job.Row], sprite.Bytes);
+                read = ReadEntryBytes(archive.File(), DRSCatalogue[job.Row], sprite.Bytes);
             }
             bool ok = read.Ok;
             if (!ok) Complain(options.Command, name, read.Detail);

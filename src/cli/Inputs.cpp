@@ -16,8 +16,7 @@ namespace {
 // An archive's offsets are 32-bit signed: nothing past 2 GiB can be reached.
 constexpr size_t MaxArchiveBytes = size_t{1} << 31;
 
-}  // namespace
-
+// The one-line reason a file can't be read: the system's own words where it has them.
 std::string UnreadableReason(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0) return std::strerror(errno);
@@ -29,10 +28,18 @@ std::string UnreadableReason(const std::string& path) {
     return "cannot be read";
 }
 
+// A core routine's detail without the file name it begins with.
 std::string ReasonOf(const std::string& detail, const std::string& path) {
     if (!path.empty() && detail.starts_with(path + ": ")) return detail.substr(path.size() + 2);
     if (!path.empty() && detail.starts_with(path + " ")) return detail.substr(path.size() + 1);
     return detail;
+}
+
+}  // namespace
+
+std::string FailureReason(const std::string& detail, const std::string& name, const std::string& path) {
+    if (!path.empty() && (detail.empty() || detail.starts_with("cannot open"))) return UnreadableReason(path);
+    return ReasonOf(detail, name);
 }
 
 bool ReadStandardInput(const std::string& command, size_t maxBytes, std::vector<uint8_t>& bytes) {
@@ -68,25 +75,26 @@ bool TableExists(const std::string& command, const std::string& archive, const s
 
 }  // namespace
 
-bool LoadArchive(const std::string& command, const std::string& path, bool force, const std::string& table,
-                 ReadOnlyFile& archive, CliHost& host, Outputs& outputs) {
+OpenedArchive::OpenedArchive(const std::string& command, const std::string& path, bool force, const std::string& table,
+                             Outputs& outputs)
+    : host_(force) {
     if (path == "-") {
         std::vector<uint8_t> bytes;
-        if (!ReadStandardInput(command, MaxArchiveBytes, bytes)) return false;
-        archive.OpenBytes("standard input", std::move(bytes));
-    } else if (!archive.Open(path)) {
-        Complain(command, path, UnreadableReason(path));
-        return false;
+        if (!ReadStandardInput(command, MaxArchiveBytes, bytes)) return;
+        file_.OpenBytes("standard input", std::move(bytes));
+    } else if (!file_.Open(path)) {
+        Complain(command, path, FailureReason("", path, path));
+        return;
     }
     outputs.AddInput(path);
-    const CatalogueResult read = ReadDRSCatalogue(archive, host);
-    if (read.Code == CatalogueBuilt) return TableExists(command, path, host.Rows(), table);
-    if (read.Code == CatalogueRefused && !force) {
+    const CatalogueResult read = ReadDRSCatalogue(file_, host_);
+    if (read.Code == CatalogueBuilt) {
+        opened_ = TableExists(command, path, host_.Rows(), table);
+    } else if (read.Code == CatalogueRefused && !force) {
         Complain(command, path, "not a DRS archive (use --force to read it anyway)");
     } else {
         Complain(command, path, "damaged archive: " + read.Detail);
     }
-    return false;
 }
 
 std::vector<ListedEntry> EntriesWithID(const std::vector<ListRow>& rows, int32_t id, const std::string& table) {
@@ -137,17 +145,16 @@ bool LoadSprite(const std::string& command, const std::string& source, const std
             Complain(command, source, "takes one sprite: give --id once");
             return false;
         }
-        CliHost host(force);
-        ReadOnlyFile archive;
-        if (!LoadArchive(command, source, force, table, archive, host, outputs)) return false;
-        const std::optional<ListedEntry> entry = OneEntryWithID(command, source, host.Rows(), ids[0], table);
+        OpenedArchive archive(command, source, force, table, outputs);
+        if (!archive.Opened()) return false;
+        const std::optional<ListedEntry> entry = OneEntryWithID(command, source, archive.Rows(), ids[0], table);
         if (!entry) return false;
         name = (source == "-" ? std::string("standard input") : source) + " (ID " + std::to_string(ids[0]) + ")";
         if (entry->Kind != KindSLP) {
             Complain(command, name, "is not in a table of sprites (SLP)");
             return false;
         }
-        if (Outcome read = ReadEntryBytes(archive, DRSCatalogue[entry->Row], sprite.Bytes); !read) {
+        if (Outcome read = ReadEntryBytes(archive.File(), DRSCatalogue[entry->Row], sprite.Bytes); !read) {
             Complain(command, name, read.Detail);
             return false;
         }
@@ -157,7 +164,7 @@ bool LoadSprite(const std::string& command, const std::string& source, const std
     } else {
         name = source;
         if (Outcome read = ReadWholeFile(source, MaxSLPFileBytes, sprite.Bytes); !read) {
-            Complain(command, source, read.Detail.starts_with("cannot open") ? UnreadableReason(source) : ReasonOf(read.Detail, source));
+            Complain(command, source, FailureReason(read.Detail, source, source));
             return false;
         }
         outputs.AddInput(source);

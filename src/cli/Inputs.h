@@ -13,16 +13,30 @@
 #include "cli/Outputs.h"
 #include "slp/SLPCodeNew.h"
 
-// The one-line reason a file can't be read: the system's own words where it has them.
-std::string UnreadableReason(const std::string& path);
+// The reason a line gives for a file that failed, named `name` in the line. With `path`, the file the
+// failure is about could not be opened (`detail` empty, or the core's "cannot open ..."): the
+// system's own words for path. Otherwise the core's detail without the name it begins with, which the
+// line names already.
+std::string FailureReason(const std::string& detail, const std::string& name, const std::string& path = {});
 
-// A core routine's detail without the file name it begins with, which the line names already.
-std::string ReasonOf(const std::string& detail, const std::string& path);
+// An archive open with its catalogue read into DRSCatalogue and the host's rows: how every command
+// that reads an archive starts.
+class OpenedArchive {
+public:
+    // Opens path (standard input for "-") and reads its catalogue, or says in one line why not. The
+    // archive becomes an input of outputs. A table filter (--table) must name one of its tables.
+    OpenedArchive(const std::string& command, const std::string& path, bool force, const std::string& table, Outputs& outputs);
 
-// Opens an archive (or standard input) and reads its catalogue into DRSCatalogue and the host's rows.
-// The archive becomes an input of outputs. A table filter (--table) must name one of its tables.
-bool LoadArchive(const std::string& command, const std::string& path, bool force, const std::string& table,
-                 ReadOnlyFile& archive, CliHost& host, Outputs& outputs);
+    bool Opened() const { return opened_; }
+    ReadOnlyFile& File() { return file_; }
+    CliHost& Host() { return host_; }
+    const std::vector<ListRow>& Rows() const { return host_.Rows(); }
+
+private:
+    CliHost host_;
+    ReadOnlyFile file_;
+    bool opened_ = false;
+};
 
 // One entry of the list: its row, its kind and the name of its table as the heading shows it.
 struct ListedEntry {
