@@ -36,16 +36,10 @@ void Complain(std::string_view command, std::string_view file, std::string_view 
     std::cerr << line << std::flush;
 }
 
-CliHost::CliHost(bool force) : force_(force), progressWanted_(isatty(STDERR_FILENO) == 1) {}
+CliHost::CliHost() : progressWanted_(isatty(STDERR_FILENO) == 1) {}
 
 void CliHost::AddListRows(std::span<const ListRow> rows) {
     rows_.insert(rows_.end(), rows.begin(), rows.end());
-}
-
-MessageAnswer CliHost::ShowMessage(std::string_view text, MessageStyle style, std::string_view) {
-    lastMessage_ = text;
-    if (style == MessageStyle::OkCancel) return force_ ? MessageAnswer::OK : MessageAnswer::Cancel;
-    return MessageAnswer::OK;
 }
 
 void CliHost::ShowProgress(int done, int total) {

@@ -13,17 +13,21 @@
 #include "archive/DRSCode.h"
 #include "archive/UsefulCode.h"
 #include "base/Functions.h"
-#include "cli/CliHost.h"
 #include "cli/Commands.h"
 #include "cli/Inputs.h"
-#include "cli/Outputs.h"
-#include "export/ImageExports.h"
-#include "export/ImageFiles.h"
 #include "export/SLPExports.h"
 
 namespace fs = std::filesystem;
 
 namespace {
+
+struct ConvertOptions : CommandLine {
+    ArchiveChoice Archive;
+    OutputChoice Output;  // Out: the folder
+    ColourChoice Colours;
+    ImageChoice Image;
+    int Jobs = 0;         // 0: one a core
+};
 
 // One sprite to convert: its row, and its files' base path (folder and name without extension).
 struct Job {
@@ -31,51 +35,45 @@ struct Job {
     std::string Base;
 };
 
-// The files of one sprite, written under the rules of Outputs; a sprite that fails leaves none.
-bool ConvertOne(const Options& options, const Job& job, const SLPFile& sprite, const std::string& name, Host& host) {
-    Outputs outputs(options.Command, options.NoClobber);
-    outputs.AddInput(options.Source);
-    if (!options.PalettePath.empty()) outputs.AddInput(options.PalettePath);
-    std::error_code error;
-    fs::create_directories(fs::path(job.Base).parent_path(), error);
-    if (error) {
-        Complain(options.Command, fs::path(job.Base).parent_path().string(), error.message());
+// The design's own sequence, by its own routine, staged and then placed.
+bool ConvertToSequence(const ConvertOptions& options, const Job& job, const SLPFile& sprite, const std::string& name, Host& host,
+                       Outputs& outputs) {
+    SLPHeader header;
+    std::vector<SLPFrameInfo> frames;
+    if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) {
+        Complain(options.Command, name, read.Detail);
         return false;
     }
-
-    if (options.Format == "bmp") {  // the design's own sequence, by its own routine, then placed
-        SLPHeader header;
-        std::vector<SLPFrameInfo> frames;
-        if (Outcome read = ParseSLPHeaders(sprite, header, frames); !read) {
-            Complain(options.Command, name, read.Detail);
-            return false;
-        }
-        if (!outputs.Fits(job.Base, static_cast<uint64_t>(SequenceFileBytes(frames)))) return false;
-        StagingFolder staging(options.Command, job.Base);
-        if (!staging.Made()) {
-            Complain(options.Command, job.Base, staging.Error());
-            return false;
-        }
-        const std::string staged = staging.Path() + FileOfPath(job.Base);
-        if (Outcome exported = ExportSequence(sprite, staged, host, options.Player); !exported) {
-            Complain(options.Command, name, exported.Detail);
-            return false;
-        }
-        for (int32_t i = 1; i <= header.NumFrames; ++i) {
-            const std::string suffix = PadFrameNumber(i) + ".bmp";
-            if (outputs.Place(staged + suffix, job.Base + suffix) == Outputs::Result::Failed) {
-                outputs.RemoveWritten();
-                return false;
-            }
-        }
-        return true;
+    if (!outputs.Fits(job.Base, static_cast<uint64_t>(SequenceFileBytes(frames)))) return false;
+    StagingFolder staging(options.Command, job.Base);
+    if (!staging.Made()) {
+        Complain(options.Command, job.Base, staging.Error());
+        return false;
     }
+    const std::string staged = staging.Path() + FileOfPath(job.Base);
+    if (Outcome exported = ExportSequence(sprite, staged, host, options.Colours.Player); !exported) {
+        Complain(options.Command, name, exported.Detail);
+        return false;
+    }
+    for (int32_t i = 1; i <= header.NumFrames; ++i) {
+        const std::string suffix = PadFrameNumber(i) + ".bmp";
+        if (outputs.Place(staged + suffix, job.Base + suffix) == Outputs::Result::Failed) {
+            outputs.RemoveWritten();
+            return false;
+        }
+    }
+    return true;
+}
 
-    const ImageFormat format = ImageFormatOf(options.Format);
+bool ConvertToImages(const ConvertOptions& options, const Job& job, const SLPFile& sprite, const std::string& name, Host& host,
+                     Outputs& outputs) {
+    const ImageFormat format = ImageFormatOf(options.Image.Format);
     const std::string extension = format == ImageFormat::Gif ? ".gif" : ".png";
     std::vector<NamedFile> files;
     std::vector<std::string> notes;
-    if (Outcome exported = ExportImages(sprite, format, ImageOptionsOf(options), job.Base + extension, files, notes, host); !exported) {
+    if (Outcome exported = ExportImages(sprite, format, ImageOptionsOf(options.Image, options.Colours.Player),
+                                        job.Base + extension, files, notes, host);
+        !exported) {
         Complain(options.Command, name, exported.Detail);
         return false;
     }
@@ -90,27 +88,36 @@ bool ConvertOne(const Options& options, const Job& job, const SLPFile& sprite, c
     return true;
 }
 
-}  // namespace
+// The files of one sprite, written under the rules of Outputs; a sprite that fails leaves none.
+bool ConvertOne(const ConvertOptions& options, const Job& job, const SLPFile& sprite, const std::string& name, Host& host) {
+    Outputs outputs(options.Command, options.Output.NoClobber);
+    outputs.AddInput(options.Source);
+    if (!options.Colours.PalettePath.empty()) outputs.AddInput(options.Colours.PalettePath);
+    std::error_code error;
+    fs::create_directories(fs::path(job.Base).parent_path(), error);
+    if (error) {
+        Complain(options.Command, fs::path(job.Base).parent_path().string(), error.message());
+        return false;
+    }
+    return options.Image.Format == "bmp" ? ConvertToSequence(options, job, sprite, name, host, outputs)
+                                         : ConvertToImages(options, job, sprite, name, host, outputs);
+}
 
-int RunConvert(const Options& options) {
-    if (!options.SheetLayout.empty() && options.Format != "sheet") return Usage(options, "--sheet-layout goes with --format sheet");
-    if (options.Format == "gif" && options.Fps > MaxGifFps) return Usage(options, GifPaceLimit);
-    CliHost host(options.Force);
-    ReadOnlyFile archive;
-    Outputs archiveOnly(options.Command, false);
-    if (!LoadArchive(options.Command, options.Source, options.Force, options.Table, archive, host, archiveOnly)) return ExitFailed;
-    const std::vector<ListRow>& rows = host.Rows();
-    if (!PrepareColours(options, archiveOnly)) return ExitFailed;
-
-    // The sprites, in the folders extract-all makes; png and bmp sequences each in a folder of the ID.
-    const bool sequence = options.Format == "png" || options.Format == "bmp";
+// The sprites, in the folders extract-all makes; png and bmp sequences each in a folder of the ID.
+std::vector<Job> PlanJobs(const ConvertOptions& options, const std::vector<ListRow>& rows) {
+    const bool sequence = options.Image.Format == "png" || options.Image.Format == "bmp";
     std::vector<Job> jobs;
-    ForEachEntryByTable(rows, options.Out, options.Table, [&](size_t row, const fs::path& folder, std::set<std::string>& used) {
-        if (rows[row].ItemData != KindSLP) return;
-        const std::string id = DistinctName(std::to_string(DRSCatalogue[row].ID), used);
-        jobs.push_back({row, (sequence ? folder / id / id : folder / id).string()});
-    });
+    ForEachEntryByTable(rows, options.Output.Out, options.Archive.Table,
+                        [&](size_t row, const fs::path& folder, std::set<std::string>& used) {
+                            if (rows[row].ItemData != KindSLP) return;
+                            const std::string id = DistinctName(std::to_string(DRSCatalogue[row].ID), used);
+                            jobs.push_back({row, (sequence ? folder / id / id : folder / id).string()});
+                        });
+    return jobs;
+}
 
+// Converts every job on the threads asked for, the archive read by one at a time; how many failed.
+int ConvertAll(const ConvertOptions& options, const std::vector<Job>& jobs, OpenedArchive& archive) {
     std::mutex archiveReads;
     std::atomic<size_t> next{0};
     std::atomic<int> done{0}, failed{0};
@@ -124,13 +131,13 @@ int RunConvert(const Options& options) {
             Outcome read = Outcome::Success();
             {
                 const std::lock_guard<std::mutex> lock(archiveReads);
-                read = ReadEntryBytes(archive, DRSCatalogue[job.Row], sprite.Bytes);
+                read = ReadEntryBytes(archive.File(), DRSCatalogue[job.Row], sprite.Bytes);
             }
             bool ok = read.Ok();
             if (!ok) Complain(options.Command, name, read.Detail);
             else ok = ConvertOne(options, job, sprite, name, quiet);
             failed += ok ? 0 : 1;
-            host.ShowProgress(++done, int(jobs.size()));
+            archive.Host().ShowProgress(++done, int(jobs.size()));
         }
     };
     const unsigned threads = std::max(1u, options.Jobs > 0 ? unsigned(options.Jobs) : std::thread::hardware_concurrency());
@@ -144,8 +151,31 @@ int RunConvert(const Options& options) {
     }
     work();
     for (std::thread& thread : pool) thread.join();
-    host.EndProgress();
+    archive.Host().EndProgress();
+    return failed;
+}
 
-    Complain(options.Command, options.Out, std::to_string(int(jobs.size()) - failed) + " converted, " + std::to_string(failed.load()) + " failed");
+int RunConvert(const ConvertOptions& options) {
+    if (const int usage = CheckImageChoice(options, options.Image); usage != ExitOk) return usage;
+    Outputs archiveOnly(options.Command, false);
+    OpenedArchive archive(options.Command, options.Source, options.Archive.Force, options.Archive.Table, archiveOnly);
+    if (!archive.Opened() || !PrepareColours(options, options.Colours, archiveOnly)) return ExitFailed;
+    const std::vector<Job> jobs = PlanJobs(options, archive.Rows());
+    const int failed = ConvertAll(options, jobs, archive);
+    Complain(options.Command, options.Output.Out,
+             std::to_string(int(jobs.size()) - failed) + " converted, " + std::to_string(failed) + " failed");
     return failed == 0 ? ExitOk : ExitFailed;
+}
+
+}  // namespace
+
+void AddConvertCommand(CLI::App& app, CommandTable& table) {
+    const auto [convert, options] = AddCommand(app, table, "convert", "Export every sprite of an archive, on every core", RunConvert);
+    convert->add_option("ARCHIVE", options->Source, "DRS archive")->required();
+    convert->add_option("DIR", options->Output.Out, "Folder to write into, one folder per table as extract-all makes them")->required();
+    convert->add_option("--table", options->Archive.Table, "Only the table of this name, as `list` shows it (any case)");
+    convert->add_option("--jobs", options->Jobs, "Sprites converted at once (default: one a core)")->check(CLI::Range(1, 256));
+    AddImageOptions(convert, {"png", "apng", "gif", "sheet", "bmp"}, options->Image, options->Colours, options->Output,
+                    options->Archive);
+    convert->footer("Example: brindle-cli convert demo.drs sprites/ --format sheet --jobs 2");
 }

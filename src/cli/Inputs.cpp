@@ -16,6 +16,9 @@ namespace {
 // An archive's offsets are 32-bit signed: nothing past 2 GiB can be reached.
 constexpr size_t MaxArchiveBytes = size_t{1} << 31;
 
+// The one-line reason a file can't be read: the system's own words where it has them.
+
+
 }  // namespace
 
 std::string UnreadableReason(const std::string& path) {
@@ -29,8 +32,8 @@ std::string UnreadableReason(const std::string& path) {
     return "cannot be read";
 }
 
-std::string ReasonFor(const Outcome& failure, const std::string& path) {
-    return failure.Code == Fault::CannotOpen ? UnreadableReason(path) : failure.Detail;
+std::string FailureReason(const Outcome& failure, const std::string& path) {
+    return failure.Code == Fault::CannotOpen && !path.empty() ? UnreadableReason(path) : failure.Detail;
 }
 
 bool ReadStandardInput(const std::string& command, size_t maxBytes, std::vector<uint8_t>& bytes) {
@@ -66,25 +69,25 @@ bool TableExists(const std::string& command, const std::string& archive, const s
 
 }  // namespace
 
-bool LoadArchive(const std::string& command, const std::string& path, bool force, const std::string& table,
-                 ReadOnlyFile& archive, CliHost& host, Outputs& outputs) {
+OpenedArchive::OpenedArchive(const std::string& command, const std::string& path, bool force, const std::string& table,
+                             Outputs& outputs) {
     if (path == "-") {
         std::vector<uint8_t> bytes;
-        if (!ReadStandardInput(command, MaxArchiveBytes, bytes)) return false;
-        archive.OpenBytes("standard input", std::move(bytes));
-    } else if (!archive.Open(path)) {
+        if (!ReadStandardInput(command, MaxArchiveBytes, bytes)) return;
+        file_.OpenBytes("standard input", std::move(bytes));
+    } else if (!file_.Open(path)) {
         Complain(command, path, UnreadableReason(path));
-        return false;
+        return;
     }
     outputs.AddInput(path);
-    const CatalogueResult read = ReadDRSCatalogue(archive, host, force);
-    if (read) return TableExists(command, path, host.Rows(), table);
-    if (read.Code == Fault::NotThisKind) {
+    const CatalogueResult read = ReadDRSCatalogue(file_, host_, force);
+    if (read) {
+        opened_ = TableExists(command, path, host_.Rows(), table);
+    } else if (read.Code == Fault::NotThisKind) {
         Complain(command, path, "not a DRS archive (use --force to read it anyway)");
     } else {
         Complain(command, path, "damaged archive: " + read.Detail);
     }
-    return false;
 }
 
 std::vector<ListedEntry> EntriesWithID(const std::vector<ListRow>& rows, int32_t id, const std::string& table) {
@@ -135,17 +138,16 @@ bool LoadSprite(const std::string& command, const std::string& source, const std
             Complain(command, source, "takes one sprite: give --id once");
             return false;
         }
-        CliHost host(force);
-        ReadOnlyFile archive;
-        if (!LoadArchive(command, source, force, table, archive, host, outputs)) return false;
-        const std::optional<ListedEntry> entry = OneEntryWithID(command, source, host.Rows(), ids[0], table);
+        OpenedArchive archive(command, source, force, table, outputs);
+        if (!archive.Opened()) return false;
+        const std::optional<ListedEntry> entry = OneEntryWithID(command, source, archive.Rows(), ids[0], table);
         if (!entry) return false;
         name = (source == "-" ? std::string("standard input") : source) + " (ID " + std::to_string(ids[0]) + ")";
         if (entry->Kind != KindSLP) {
             Complain(command, name, "is not in a table of sprites (SLP)");
             return false;
         }
-        if (Outcome read = ReadEntryBytes(archive, DRSCatalogue[entry->Row], sprite.Bytes); !read) {
+        if (Outcome read = ReadEntryBytes(archive.File(), DRSCatalogue[entry->Row], sprite.Bytes); !read) {
             Complain(command, name, read.Detail);
             return false;
         }
@@ -155,7 +157,7 @@ bool LoadSprite(const std::string& command, const std::string& source, const std
     } else {
         name = source;
         if (Outcome read = ReadWholeFile(source, MaxSLPFileBytes, sprite.Bytes); !read) {
-            Complain(command, source, ReasonFor(read, source));
+            Complain(command, source, FailureReason(read, source));
             return false;
         }
         outputs.AddInput(source);

@@ -16,15 +16,29 @@
 // The one-line reason a file can't be read: the system's own words where it has them.
 std::string UnreadableReason(const std::string& path);
 
-// The reason for a core routine's failure to read path, told by its code: the system's own words when
-// the file could not be opened, the routine's detail otherwise (which leaves out the file's name, as
-// the line names it already).
-std::string ReasonFor(const Outcome& failure, const std::string& path);
+// The reason a line gives for a core routine's failure, told by its code alone: the system's own words
+// for path when the file could not be opened, the routine's detail otherwise (which leaves out the
+// file's name: the line names it already).
+std::string FailureReason(const Outcome& failure, const std::string& path = {});
 
-// Opens an archive (or standard input) and reads its catalogue into DRSCatalogue and the host's rows.
-// The archive becomes an input of outputs. A table filter (--table) must name one of its tables.
-bool LoadArchive(const std::string& command, const std::string& path, bool force, const std::string& table,
-                 ReadOnlyFile& archive, CliHost& host, Outputs& outputs);
+// An archive open with its catalogue read into DRSCatalogue and the host's rows: how every command
+// that reads an archive starts.
+class OpenedArchive {
+public:
+    // Opens path (standard input for "-") and reads its catalogue, or says in one line why not. The
+    // archive becomes an input of outputs. A table filter (--table) must name one of its tables.
+    OpenedArchive(const std::string& command, const std::string& path, bool force, const std::string& table, Outputs& outputs);
+
+    bool Opened() const { return opened_; }
+    ReadOnlyFile& File() { return file_; }
+    CliHost& Host() { return host_; }
+    const std::vector<ListRow>& Rows() const { return host_.Rows(); }
+
+private:
+    CliHost host_;
+    ReadOnlyFile file_;
+    bool opened_ = false;
+};
 
 // One entry of the list: its row, its kind and the name of its table as the heading shows it.
 struct ListedEntry {
