@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "archive/TempFiles.h"
+#include "base/FileWriter.h"
 #include "base/Files.h"
 #include "base/Functions.h"
 #include "slp/SLPCodeNew.h"
@@ -157,26 +158,12 @@ CatalogueResult ReadSpriteCatalogue(ReadOnlyFile& file, const std::string& rowTe
 Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const CatalogueRow& row, Host& host) {
     host.SetStatusText("Reading data...");
 
-    std::FILE* out = nullptr;
-    auto fail = [&](Fault code, std::string detail) {
-        if (out) std::fclose(out);
-        return Outcome::Failure(code, std::move(detail));
-    };
-    // The copy replaces what stands at path: that must never be the archive it comes from.
-    if (IsHeldOpenForReading(path)) return fail(Fault::HeldOpen, "refusing to replace an open archive with one of its entries");
-
-    // Never reuse or append to an existing file, and never write through a link: what stands at path
-    // goes, and the new file is created exclusively, so a link planted in between makes the copy fail
-    // rather than land elsewhere. Copies in the temporary folder are for our eyes only.
-    std::error_code ignored;
-    if (!std::filesystem::is_directory(path, ignored)) std::filesystem::remove(path, ignored);
+    auto fail = [](Fault code, std::string detail) { return Outcome::Failure(code, std::move(detail)); };
+    // The copy replaces what stands at path, in place as the window writes; it is never the archive it
+    // comes from. Copies in the temporary folder are for our eyes only.
     const bool temporary = !TempFolder.empty() && path.starts_with(TempFolder);
-    const int fd = CreateExclusively(path, temporary ? 0600 : 0666);
-    out = fd < 0 ? nullptr : ::fdopen(fd, "wb");
-    if (!out) {
-        if (fd >= 0) ::close(fd);
-        return fail(Fault::CannotWrite, "cannot create " + path);
-    }
+    FileWriter out(path, WritePolicy::InPlace, temporary ? FileAccess::Private : FileAccess::Shared);
+    if (Outcome opened = out.Open(); !opened) return opened;
     if (!archive.IsOpen()) return fail(Fault::Missing, "no archive is open");
     if (row.Offset < 0 || row.Size < 0) return fail(Fault::Damaged, "the entry has a negative offset or size");
 
@@ -191,15 +178,15 @@ Outcome ReadResourceData(ReadOnlyFile& archive, const std::string& path, const C
     while (copied < toCopy) {
         const size_t want = static_cast<size_t>(std::min<int64_t>(toCopy - copied, CopyBufferSize));
         const size_t got = archive.ReadAt(int64_t{row.Offset} + copied, {buffer.data(), want});
-        if (got > 0 && std::fwrite(buffer.data(), 1, got, out) != got) return fail(Fault::CannotWrite, "cannot write " + path);
+        if (got > 0) {
+            if (Outcome written = out.Write({buffer.data(), got}); !written) return written;
+        }
         copied += static_cast<int64_t>(got);
         if (got < want) return fail(Fault::Damaged, "the entry runs past the end of the archive");
     }
     if (blocks == 32767) return fail(Fault::OutOfLimits, "an entry of " + std::to_string(row.Size) + " bytes is too large to copy");
 
-    const bool closed = std::fclose(out) == 0;
-    out = nullptr;
-    if (!closed) return fail(Fault::CannotWrite, "cannot write " + path);
+    if (Outcome finished = out.Finish(); !finished) return finished;
     host.SetStatusText("Finished reading data");
     return Outcome::Success();
 }

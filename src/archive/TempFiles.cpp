@@ -66,10 +66,6 @@ std::string MakePrivateTempFolder() {
     return ::mkdtemp(fresh.data()) ? fresh + PathSeparator : std::string();
 }
 
-int CreateExclusively(const std::string& path, unsigned mode) {
-    return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, static_cast<mode_t>(mode));
-}
-
 bool TempRun::Begin(const std::string& folder) {
     End();
     if (folder.empty()) return false;  // no temporary folder: the copies will fail and say so

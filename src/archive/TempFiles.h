@@ -23,9 +23,6 @@ bool IsPrivateFolder(const std::string& path);
 // Empty only when not even that can be made.
 std::string MakePrivateTempFolder();
 
-// Creates the file at path for writing, exclusively and without following a link (O_CREAT | O_EXCL |
-// O_NOFOLLOW), with mode; a descriptor, or -1 with errno set.
-int CreateExclusively(const std::string& path, unsigned mode);
 
 // One running window's hold on the temporary folder.
 class TempRun {

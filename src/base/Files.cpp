@@ -110,13 +110,3 @@ Outcome ReadWholeFile(const std::string& path, size_t maxBytes, std::vector<uint
     }
     return Outcome::Success();
 }
-
-Outcome WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes) {
-    if (IsHeldOpenForReading(path)) return Outcome::Failure(Fault::HeldOpen, "refusing to write over a file open for reading", path);
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    if (!file) return Outcome::Failure(Fault::CannotWrite, "cannot create", path);
-    std::setvbuf(file, nullptr, _IONBF, 0);  // one write for the whole file
-    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    const bool closed = std::fclose(file) == 0;
-    return written && closed ? Outcome::Success() : Outcome::Failure(Fault::CannotWrite, "cannot write", path);
-}

@@ -1,5 +1,6 @@
 #pragma once
-// The file layer: an archive opened for reading only, and whole small files read into memory.
+// The file layer: an archive opened for reading only, and whole small files read into memory. Files are
+// written through FileWriter.
 
 #include <cstddef>
 #include <cstdint>
@@ -49,5 +50,3 @@ bool IsHeldOpenForReading(const std::string& path);
 // Reads the whole file at path into bytes; refuses a file larger than maxBytes without reading it.
 Outcome ReadWholeFile(const std::string& path, size_t maxBytes, std::vector<uint8_t>& bytes);
 
-// Writes bytes as the file at path, replacing what stood there; refuses a file held open for reading.
-Outcome WriteWholeFile(const std::string& path, std::span<const uint8_t> bytes);

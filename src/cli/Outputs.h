@@ -1,15 +1,11 @@
 #pragma once
-// Where brindle-cli's files go, under the rules that keep it from harming a file it wasn't aimed at:
+// Where brindle-cli's files go. Each is written by FileWriter's staged policy (whole under a temporary
+// name beside its target, renamed over it when complete, what stood there kept aside for a rollback;
+// FIFOs and devices written through; links followed as the kernel's rule for shared folders would;
+// modes from the umask, read once). On top of that, the command's own rules:
 // - no output may be one of the command's inputs (same device and inode, by whatever path);
-// - a file is written whole under a temporary name in its target's folder, and renamed over the
-//   target only when complete, so a failure leaves nothing under the name asked for;
-// - what stood under the name is kept aside until the command ends, so that a command that takes
-//   back what it wrote puts it back; only files that did not exist before are removed;
-// - an existing output that is not a regular file (a FIFO, a device) is written through in place,
-//   and a symlink is followed to its target as cp does, but only where the kernel's rule for links in
-//   sticky world-writable folders would follow it: a link there that another user owns is refused;
-// - a new file takes its mode from the umask, read once; a replaced file keeps its permission bits,
-//   never setuid, setgid or sticky;
+// - a command that fails part-way takes back what it wrote; only files that did not exist before
+//   are removed;
 // - with --no-clobber an existing output is kept, and the command goes on;
 // - "-" is standard output.
 
@@ -20,9 +16,7 @@
 
 #include <sys/types.h>
 
-// The process's umask, read once without changing it (the first call; brindle-cli's main makes it
-// before any thread starts).
-mode_t ProcessUmask();
+#include "base/FileWriter.h"
 
 class Outputs {
 public:
@@ -50,10 +44,8 @@ public:
     // Takes back every file this object wrote, for a command that fails part-way without --keep-going:
     // a file that replaced another gives way to it again, a new one is removed.
     void RemoveWritten();
-    int WrittenCount() const { return static_cast<int>(written_.size()); }
+    int WrittenCount() const { return written_.Count(); }
 
-    // Lets go of the files kept aside: the command's files stand.
-    ~Outputs();
     Outputs(const Outputs&) = delete;
     Outputs& operator=(const Outputs&) = delete;
 
@@ -64,23 +56,13 @@ private:
         dev_t Device;
         ino_t Inode;
     };
-    // A file written, and where what it replaced is kept meanwhile (empty when it was new).
-    struct Written {
-        std::string Path;
-        std::string KeptAside;
-    };
-    // Where writing path really lands: the end of its chain of symlinks, or path itself. Empty, after
-    // one line on stderr, when a link on the way is one the kernel would not follow for us.
-    std::string Target(const std::string& path) const;
-    // Renames the finished file `from` over target, keeping what stood there aside; errno or 0.
-    int Replace(const std::string& from, const std::string& target);
     Result Fail(const std::string& path, const std::string& reason) const;
     bool KeptAsItIs(const std::string& path) const;
 
     std::string command_;
     bool noClobber_;
     std::vector<Identity> inputs_;
-    std::vector<Written> written_;
+    WrittenFiles written_;  // what stood under each name, kept until the command ends
 };
 
 // A folder of its own beside a command's outputs, where a multi-file export writes before its files

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "archive/UsefulCode.h"
+#include "base/FileWriter.h"
 #include "base/Files.h"
 #include "base/Functions.h"
 
@@ -107,11 +108,9 @@ private:
 }  // namespace
 
 Outcome SaveDescriptionFile(const std::string& FileName) {
-    if (IsHeldOpenForReading(FileName)) return Outcome::Failure(Fault::HeldOpen, "refusing to write descriptions over an open archive");
-    std::FILE* file = std::fopen(FileName.c_str(), "wb");
-    if (!file) return Outcome::Failure(Fault::CannotWrite, "cannot create " + FileName);
+    FileWriter file(FileName, WritePolicy::InPlace);
+    if (Outcome opened = file.Open(); !opened) return opened;
     // One line at a time: a catalogue of long texts need not be held twice.
-    bool written = true;
     std::string line;
     for (const CatalogueRow& row : DRSCatalogue) {
         const ResourceDescription& description = row.Description;
@@ -119,14 +118,9 @@ Outcome SaveDescriptionFile(const std::string& FileName) {
         line = std::to_string(row.ID);
         for (const int32_t choice : description.Choices) line += '@' + std::to_string(choice);
         line += '@' + Utf8ToWindows1252(TrimBlanks(description.Text)) + "\r\n";
-        if (std::fwrite(line.data(), 1, line.size(), file) != line.size()) {
-            written = false;
-            break;
-        }
+        if (Outcome written = file.Write({reinterpret_cast<const uint8_t*>(line.data()), line.size()}); !written) return written;
     }
-    written = std::fclose(file) == 0 && written;
-    if (!written) return Outcome::Failure(Fault::CannotWrite, "cannot write all of " + FileName);
-    return Outcome::Success();
+    return file.Finish();
 }
 
 Outcome LoadDescriptionFile(const std::string& FileName, Host& host) {

@@ -10,6 +10,7 @@
 #include <system_error>
 #include <thread>
 
+#include "base/FileWriter.h"
 #include "base/Files.h"
 #include "base/Functions.h"
 #include "colour/Colours.h"
@@ -272,19 +273,19 @@ Outcome ExportSequence(SpriteExport& sprite, const std::string& BasePath, Host& 
 
 Outcome ExportSLX(SpriteExport& sprite, const std::string& BasePath, Host& host) {
     const std::string listPath = BasePath + ".slx";
-    std::FILE* list = IsHeldOpenForReading(listPath) ? nullptr : std::fopen(listPath.c_str(), "wb");
-    if (!list) return Outcome::Failure(Fault::CannotWrite, "cannot create " + listPath);
+    FileWriter list(listPath, WritePolicy::InPlace);
+    if (Outcome opened = list.Open(); !opened) return opened;
     // The frames' lines are gathered, and the text is written when the export ends, however it ends.
     // It counts only the frames it lists, and lists a frame once both its bitmaps exist.
     std::string frameLines;
     int32_t listed = 0;
     auto finish = [&](Outcome outcome) {
         const std::string text = "SLX 0.5\r\n" + std::to_string(listed) + "\r\n" + frameLines;
-        const bool written = std::fwrite(text.data(), 1, text.size(), list) == text.size();
-        const bool closed = std::fclose(list) == 0;
-        if (written && closed) return outcome;
+        Outcome written = list.Write({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+        if (written) written = list.Finish();
+        if (written) return outcome;
         sprite.Unfinished(listPath);
-        return outcome ? Outcome::Failure(Fault::CannotWrite, "cannot write " + listPath) : outcome;
+        return outcome ? written : outcome;
     };
 
     host.SetStatusText("Exporting all frames...");

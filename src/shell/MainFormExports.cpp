@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/FileWriter.h"
 #include "base/Files.h"
 #include "base/Functions.h"
 #include "export/ImageExports.h"
@@ -44,7 +45,7 @@ Outcome WriteImageExport(const std::string& slpPath, ImageFormat format, int32_t
     std::vector<std::string> notes;
     if (Outcome exported = ExportImages(sprite, format, options, out, files, notes, host); !exported) return exported;
     for (const NamedFile& file : files)
-        if (Outcome written = WriteWholeFile(file.Path, file.Bytes); !written) return written;
+        if (Outcome written = WriteWholeFile(file.Path, file.Bytes, WritePolicy::InPlace); !written) return written;
     return Outcome::Success();
 }
 

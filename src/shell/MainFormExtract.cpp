@@ -10,6 +10,7 @@
 
 #include "archive/DRSCode.h"
 #include "archive/EntryFiles.h"
+#include "base/FileWriter.h"
 #include "base/Files.h"
 #include "base/Functions.h"
 #include "shell/Controls.h"
@@ -102,7 +103,7 @@ void MainForm::menu_extract_folder_Click() {
         std::filesystem::create_directories(std::filesystem::path(copy.Path).parent_path(), error);
         Outcome outcome = error ? Outcome::Failure(Fault::CannotWrite, "cannot make its folder: " + error.message())
                                 : ReadEntryBytes(DRSFileNumber, DRSCatalogue[copy.Row], bytes);
-        if (outcome) outcome = WriteWholeFile(copy.Path, bytes);
+        if (outcome) outcome = WriteWholeFile(copy.Path, bytes, WritePolicy::InPlace);
         if (outcome) ++written;
         else failures.push_back(std::filesystem::path(copy.Path).lexically_relative(folder).string() + ": " + outcome.Detail);
         ++done;

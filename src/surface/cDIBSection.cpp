@@ -10,7 +10,7 @@
 #include <random>
 #include <system_error>
 
-#include "base/Files.h"
+#include "base/FileWriter.h"
 #include "base/Functions.h"
 #include "base/Host.h"
 
@@ -218,22 +218,19 @@ std::vector<uint8_t> cDIBSection::EncodeBitmap() const {
 }
 
 SavePictureResult cDIBSection::SavePicture(const std::string& sFileName) const {
-    if (IsHeldOpenForReading(sFileName)) {
-        return {{Fault::HeldOpen, "The file is open for reading.", sFileName}, SavePictureErrorNumber, ProgramFileName() + ".cDIBSection256"};
-    }
-    std::FILE* file = std::fopen(sFileName.c_str(), "wb");
-    if (!file) {
-        const int error = errno;
-        return {{Fault::CannotWrite, ApiError(error), sFileName}, SavePictureErrorNumber, ProgramFileName() + ".cDIBSection256"};
+    const std::string source = ProgramFileName() + ".cDIBSection256";
+    FileWriter file(sFileName, WritePolicy::InPlace);
+    if (Outcome opened = file.Open(); !opened) {
+        if (opened.Code == Fault::HeldOpen) opened.Detail = "The file is open for reading.";
+        else opened.Detail = ApiError(file.SystemError());
+        return {std::move(opened), SavePictureErrorNumber, source};
     }
     // The file header, Info and the pixel memory lie one behind the other in memory: one write for
-    // the whole file, without the stream's buffer in between. A short write ends the writing.
-    std::setvbuf(file, nullptr, _IONBF, 0);
+    // the whole file. A short write ends the writing.
     const auto headers = EncodeHeaders();
-    const std::span<const uint8_t> whole = bits_.WithHeaders(headers);
-    bool written = std::fwrite(whole.data(), 1, whole.size(), file) == whole.size();
-    written = std::fclose(file) == 0 && written;
-    if (!written) return {{Fault::CannotWrite, "cannot write", sFileName}, 0, ProgramFileName() + ".cDIBSection256"};
+    Outcome written = file.Write(bits_.WithHeaders(headers));
+    if (written) written = file.Finish();
+    if (!written) return {std::move(written), 0, source};
     return {};
 }
 
