@@ -20,7 +20,6 @@ enum class Fault : uint8_t {
     OutOfLimits,  // past one of the program's limits: a size or a count too large or too small, memory
     Missing,      // what was asked for is not there: a frame, an entry, an open archive
     Escaped,      // the user pressed ESC; what was done before stands
-    Declined,     // the user answered no
 };
 
 struct [[nodiscard]] Outcome {
@@ -30,8 +29,6 @@ struct [[nodiscard]] Outcome {
 
     bool Ok() const { return Code == Fault::None; }
     explicit operator bool() const { return Ok(); }
-    // The whole sentence: "FILE: detail", or the detail alone when no file is named.
-    std::string Sentence() const { return File.empty() ? Detail : File + ": " + Detail; }
 
     static Outcome Success() { return {}; }
     static Outcome Failure(Fault code, std::string detail, std::string file = {}) {

@@ -235,7 +235,9 @@ private:
     void PlaceInTwips(QWidget* control, TwipsRect twips);
     void SetCaption(QLabel* label, std::string_view text);  // the label takes the size of its text
     void RefreshImage(bool Force);
+    // ReadDRSCatalogue, first asking the user whether a file of neither flavour is to be read all the same.
     CatalogueResult ReadCatalogueAsking();
+    // ReadResourceData, with "Error saving file!" when it fails.
     bool CopyEntry(const std::string& path, const CatalogueRow& row);
     // Every Enabled and Visible state of the menus that changes while the window runs, from the open
     // archive and the row on show: called wherever either changes.
