@@ -7,6 +7,7 @@
 
 #include <QApplication>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include "shell/Display.h"
 #include "shell/MainForm.h"
@@ -22,11 +23,17 @@ void OnEndSignal(int) {
 }
 
 // An end asked for from outside (Ctrl+C in the terminal, a logout, kill) closes the window as its own
-// close button does, so that the temporary copies are swept then too.
+// close button does, so that the temporary copies are swept then too, and ends the program even while
+// a box waits for an answer: quitting ends the box's loop as well as the window's.
 void CloseOnEndSignals(MainForm& window) {
     if (pipe(signalPipe) != 0) return;
     auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &window);
-    QObject::connect(notifier, &QSocketNotifier::activated, &window, &QWidget::close);
+    QObject::connect(notifier, &QSocketNotifier::activated, &window, [&window] {
+        char byte = 0;
+        [[maybe_unused]] const ssize_t taken = read(signalPipe[0], &byte, 1);  // or the notifier fires on and on
+        window.close();
+        QApplication::exit(0);
+    });
     struct sigaction action = {};
     action.sa_handler = OnEndSignal;
     for (int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
@@ -63,10 +70,11 @@ int main(int argc, char* argv[]) {
     window.show();
     // The archive named on the command line, as a file manager passes it (Exec=brindle %f). Qt has
     // taken its own options out of the arguments by now.
+    // It opens once the window's loop runs, so that an end signal can end a box it shows.
     const QStringList arguments = QApplication::arguments();
     for (qsizetype i = 1; i < arguments.size(); ++i) {
         if (arguments[i].startsWith(u'-')) continue;
-        window.OpenFromOutside(arguments[i].toStdString());
+        QTimer::singleShot(0, &window, [&window, path = arguments[i].toStdString()] { window.OpenFromOutside(path); });
         break;
     }
     return QApplication::exec();

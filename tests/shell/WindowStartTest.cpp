@@ -1,10 +1,16 @@
-// The window's program started where it has no display: one line that says so, and status 1.
+// The window's program as a user starts and ends it: where it has no display, one line that says so
+// and status 1; an end signal ends it, even while a box waits for an answer.
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <filesystem>
+#include <thread>
 
 #include "RecordingHost.h"
 
@@ -29,5 +35,45 @@ TEST(WindowStartTest, WithoutADisplayItSaysSoInOneLineAndHowToUseAVirtualOne) {
         EXPECT_TRUE(std::count(err.begin(), err.end(), '\n') == 1 && err.starts_with("brindle: ") &&
                     err.find("display") != std::string::npos && err.find("xvfb-run -a " + program) != std::string::npos) << err;
     }
+#endif
+}
+
+TEST(WindowStartTest, AnEndSignalEndsItEvenWhileABoxWaits) {
+#ifndef BRINDLE_WINDOW_PROGRAM
+    GTEST_SKIP() << "built without the window";
+#else
+    // A file of neither flavour: the window opens it and asks whether to read it all the same.
+    const TempDir dir;
+    WriteFileText(dir / "junk.drs", std::string(2000, 'x'));
+    const std::string program = BRINDLE_WINDOW_PROGRAM, junk = dir / "junk.drs", temp = dir / "temp";
+    std::filesystem::create_directory(temp);
+    const pid_t child = fork();
+    if (child == 0) {
+        setenv("QT_QPA_PLATFORM", "offscreen", 1);
+        setenv("temp", temp.c_str(), 1);  // where the window notes its run, so that the test sees it start
+        execl(program.c_str(), program.c_str(), junk.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    using namespace std::chrono_literals;
+    auto started = [&] {
+        std::error_code none;
+        for (const auto& entry : std::filesystem::directory_iterator(temp + "/brindle", none))
+            if (entry.path().filename().string().starts_with(".window-")) return true;
+        return false;
+    };
+    for (int i = 0; i < 300 && !started(); ++i) std::this_thread::sleep_for(100ms);
+    std::this_thread::sleep_for(1s);  // the question is up by now
+    ASSERT_EQ(kill(child, SIGTERM), 0);
+    int status = 0;
+    bool ended = false;
+    for (int i = 0; i < 300 && !ended; ++i) {
+        ended = waitpid(child, &status, WNOHANG) == child;
+        if (!ended) std::this_thread::sleep_for(100ms);
+    }
+    if (!ended) {
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+    }
+    EXPECT_TRUE(ended && WIFEXITED(status)) << "still running 30 s after SIGTERM, its box open";
 #endif
 }
