@@ -198,14 +198,35 @@ Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExpor
     if (Outcome measured = CheckedCanvas(frames, canvas); !measured) return measured;
     const auto width = int32_t(canvas.Width()), height = int32_t(canvas.Height());
     if (format == ImageFormat::Png) {
+        // Frames are drawn on this thread, the one that may talk to the host, and encoded a few at a time
+        // on the threads asked for.
         const std::vector<std::string> names = ImageExportNames(format, options, out, header.NumFrames);
-        return ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t number, const RgbaPicture& picture) {
-            files.push_back({names[size_t(number - 1)], {}});
-            return EncodePng(picture, files.back().Bytes);
-        }, leftOut);
+        const size_t batch = 2 * size_t(std::max(options.Threads, 1));
+        std::vector<RgbaPicture> drawn;
+        std::vector<int32_t> numbers;
+        auto encode = [&] {
+            const size_t first = files.size();
+            std::vector<Outcome> outcomes(drawn.size(), Outcome::Success());
+            for (size_t i = 0; i < drawn.size(); ++i) files.push_back({names[size_t(numbers[i] - 1)], {}});
+            RunOnThreads(drawn.size(), options.Threads, [&](size_t i) { outcomes[i] = EncodePng(drawn[i], files[first + i].Bytes); });
+            drawn.clear();
+            numbers.clear();
+            for (const Outcome& outcome : outcomes)
+                if (!outcome) return outcome;
+            return Outcome::Success();
+        };
+        if (Outcome each = ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t number, const RgbaPicture& picture) {
+                drawn.push_back(picture);
+                numbers.push_back(number);
+                return drawn.size() < batch ? Outcome::Success() : encode();
+            }, leftOut);
+            !each) {
+            return each;
+        }
+        return encode();
     }
     if (format == ImageFormat::Apng) {
-        ApngWriter writer(width, height, header.NumFrames, options.Fps);
+        ApngWriter writer(width, height, header.NumFrames, options.Fps, options.Threads);
         if (Outcome drawn = ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); }, leftOut);
             !drawn) {
             return drawn;
