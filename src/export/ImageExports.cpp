@@ -201,24 +201,22 @@ Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExpor
         // Frames are drawn on this thread, the one that may talk to the host, and encoded a few at a time
         // on the threads asked for.
         const std::vector<std::string> names = ImageExportNames(format, options, out, header.NumFrames);
-        const size_t batch = 2 * size_t(std::max(options.Threads, 1));
-        std::vector<RgbaPicture> drawn;
+        std::vector<RgbaPicture> drawn(2 * size_t(std::max(options.Threads, 1)));  // kept, so that copies reuse them
         std::vector<int32_t> numbers;
         auto encode = [&] {
             const size_t first = files.size();
-            std::vector<Outcome> outcomes(drawn.size(), Outcome::Success());
-            for (size_t i = 0; i < drawn.size(); ++i) files.push_back({names[size_t(numbers[i] - 1)], {}});
-            RunOnThreads(drawn.size(), options.Threads, [&](size_t i) { outcomes[i] = EncodePng(drawn[i], files[first + i].Bytes); });
-            drawn.clear();
+            for (const int32_t number : numbers) files.push_back({names[size_t(number - 1)], {}});
+            std::vector<Outcome> outcomes(numbers.size(), Outcome::Success());
+            RunOnThreads(numbers.size(), options.Threads, [&](size_t i) { outcomes[i] = EncodePng(drawn[i], files[first + i].Bytes); });
             numbers.clear();
             for (const Outcome& outcome : outcomes)
                 if (!outcome) return outcome;
             return Outcome::Success();
         };
         if (Outcome each = ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t number, const RgbaPicture& picture) {
-                drawn.push_back(picture);
+                drawn[numbers.size()] = picture;
                 numbers.push_back(number);
-                return drawn.size() < batch ? Outcome::Success() : encode();
+                return numbers.size() < drawn.size() ? Outcome::Success() : encode();
             }, leftOut);
             !each) {
             return each;

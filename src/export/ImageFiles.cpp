@@ -138,8 +138,10 @@ private:
     static constexpr int AlphaShift = std::endian::native == std::endian::little ? 24 : 0;
 
     // The palette index of value, entered if new; -1 when the palette is full.
+    static size_t SlotOf(uint32_t value) { return (value * 0x9E3779B1u) >> 22; }
+
     int IndexOf(uint32_t value) {
-        for (size_t slot = (value * 0x9E3779B1u) >> 22;; slot = (slot + 1) % SlotCount) {
+        for (size_t slot = SlotOf(value);; slot = (slot + 1) % SlotCount) {
             if (keys_[slot] == value && slots_[slot] >= 0) return slots_[slot];
             if (slots_[slot] < 0) {
                 if (count_ == 256) return -1;
@@ -155,14 +157,13 @@ private:
         const auto width = size_t(width_);
         rows.assign((width + 1) * size_t(height_), 0);
         if (width == 0) return true;
-        uint32_t last = LoadPixel(picture.Pixels.data());
-        int index = IndexOf(last);
         for (int32_t y = 0; y < height_; ++y) {
             uint8_t* out = &rows[size_t(y) * (width + 1) + 1];  // behind the filter byte, none
             const uint8_t* p = picture.Row(y);
             for (size_t x = 0; x < width; ++x, p += 4) {
                 const uint32_t value = LoadPixel(p);
-                if (value != last) last = value, index = IndexOf(value);  // runs are the rule in sprites
+                const size_t slot = SlotOf(value);  // the first slot holds the value nearly always
+                int index = keys_[slot] == value && slots_[slot] >= 0 ? slots_[slot] : IndexOf(value);
                 if (index < 0) return false;
                 out[x] = uint8_t(index);
             }
