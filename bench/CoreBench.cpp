@@ -5,6 +5,7 @@
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -22,12 +23,12 @@
 #include "colour/Colours.h"
 #include "colour/Palettes.h"
 #include "export/ImageExports.h"
-#include "export/ImageFiles.h"
 #include "export/SLPExports.h"
 #include "RecordingHost.h"
 #include "slp/SLPCode.h"
 #include "slp/SLPCodeNew.h"
 #include "Writers.h"
+#include "BenchSprites.h"
 
 using namespace fixtures;
 
@@ -68,51 +69,6 @@ QuietHost& Quiet() {
     return host;
 }
 
-// ---- sprites -----------------------------------------------------------------------------------
-
-// A sprite-like picture: a body of colour runs and flecked texture around a band of player colour,
-// its shadow to the lower right, an outer outline on its left edge and an inner one on its right, all
-// in a transparent margin. EncodeFrame turns it into every command form: skips, lists, fills, player
-// lists and fills, shadow runs, single outline pixels and outline runs.
-Art SpriteArt(int32_t width, int32_t height, uint32_t seed) {
-    std::mt19937 random(seed);
-    auto inside = [&](double x, double y, double cx, double cy) {
-        const double dx = (x - cx) / (0.36 * width), dy = (y - cy) / (0.40 * height);
-        return dx * dx + dy * dy <= 1.0;
-    };
-    const double cx = 0.45 * width, cy = 0.45 * height;
-    Art art(width, height);
-    for (int32_t y = 0; y < height; ++y) {
-        uint8_t index = 0;
-        int32_t runLeft = 0;
-        for (int32_t x = 0; x < width; ++x) {
-            if (inside(x, y, cx, cy)) {
-                if (runLeft-- <= 0) {  // a run of one colour, or a fleck of single pixels
-                    runLeft = std::uniform_int_distribution<int32_t>(0, 11)(random);
-                    index = static_cast<uint8_t>(std::uniform_int_distribution<int32_t>(24, 200)(random));
-                }
-                const bool fleck = runLeft % 4 == 1;
-                const auto shade = static_cast<uint8_t>(fleck ? index + random() % 8 : index);
-                const bool band = std::abs(y - cy) < 0.08 * height && std::abs(x - cx) < 0.2 * width;
-                art.At(x, y) = band ? ArtPixel{Layer::Player, static_cast<uint8_t>(x / 6 % 8)}
-                                    : ArtPixel{Layer::Colour, shade};
-            } else if (inside(x, y, cx + 0.12 * width, cy + 0.10 * height)) {
-                art.At(x, y) = {Layer::Shadow, 0};
-            }
-        }
-    }
-    for (int32_t y = 1; y + 1 < height; ++y) {  // outlines where the body meets its surroundings
-        for (int32_t x = 1; x + 1 < width; ++x) {
-            const bool body = inside(x, y, cx, cy);
-            const bool edge = body != inside(x - 1, y, cx, cy) || body != inside(x, y - 1, cx, cy) ||
-                              body != inside(x + 1, y, cx, cy) || body != inside(x, y + 1, cx, cy);
-            if (edge && !body && x < cx) art.At(x, y) = {Layer::OutlineOuter, 0};
-            if (edge && body && x > cx) art.At(x, y) = {Layer::OutlineInner, 0};
-        }
-    }
-    return art;
-}
-
 // ---- (1) decode and recolour -------------------------------------------------------------------
 
 struct DecodeCase {
@@ -139,7 +95,7 @@ void DecodeAndRecolour(benchmark::State& state, int32_t side) {
     for (auto _ : state) {
         // Decoding in the screen's colours is the recolouring: ShowImage draws exactly this way.
         DecodeResult decoded = DecodeSLPFrame(c.File, c.Frames[0], c.Image, c.Mask, false, Quiet(), ScreenColours());
-        if (decoded.Code != DecodeFinished) return state.SkipWithError(decoded.Detail.c_str());
+        if (!decoded) return state.SkipWithError(decoded.Detail.c_str());
         benchmark::DoNotOptimize(c.Image.DIBSectionBitsPtr());
         benchmark::ClobberMemory();
     }
@@ -350,7 +306,10 @@ ImageCase& ImageFixture() {
     return c;
 }
 
-void ExportImagesOf(benchmark::State& state, ImageFormat format) {
+// Bytes of what each figure writes, for the table of sizes.
+std::map<std::string, uint64_t> BytesWritten;
+
+void ExportImagesOf(benchmark::State& state, ImageFormat format, const std::string& name) {
     ImageCase& c = ImageFixture();
     if (c.Canvases.empty()) return state.SkipWithError("the sprite did not export");
     std::vector<NamedFile> files;
@@ -359,20 +318,31 @@ void ExportImagesOf(benchmark::State& state, ImageFormat format) {
         Outcome exported = ExportImages(c.Sprite, format, {}, "walk.png", files, notes, Quiet());
         if (!exported) return state.SkipWithError(exported.Detail.c_str());
     }
+    BytesWritten[name] = BytesOf(files);
 }
 
-// The same RGBA rows compressed by libspng alone, with the same settings.
-void CompressSheetRows(benchmark::State& state) {
-    ImageCase& c = ImageFixture();
-    std::vector<uint8_t> png;
-    for (auto _ : state) (void)EncodePng(c.Sheet, png);
+// The same pixels as RGBA rows, unfiltered, through zlib at level 6, as release 0.5 wrote APNG frames.
+uint64_t CompressRgba(const RgbaPicture& picture) {
+    const size_t rowBytes = size_t(picture.Width) * 4;
+    std::vector<uint8_t> rows((rowBytes + 1) * size_t(picture.Height));
+    for (int32_t y = 0; y < picture.Height; ++y) std::memcpy(&rows[size_t(y) * (rowBytes + 1) + 1], picture.Row(y), rowBytes);
+    uLongf length = compressBound(uLong(rows.size()));
+    std::vector<uint8_t> compressed(length);
+    return compress2(compressed.data(), &length, rows.data(), uLong(rows.size()), 6) == Z_OK ? length : 0;
 }
 
-void CompressCanvasRows(benchmark::State& state) {
+void ZlibSheet(benchmark::State& state) {
     ImageCase& c = ImageFixture();
-    std::vector<uint8_t> png;
-    for (auto _ : state)
-        for (const RgbaPicture& canvas : c.Canvases) (void)EncodePng(canvas, png);
+    for (auto _ : state) BytesWritten["zlib-6 RGBA the sheet"] = CompressRgba(c.Sheet);
+}
+
+void ZlibCanvases(benchmark::State& state) {
+    ImageCase& c = ImageFixture();
+    for (auto _ : state) {
+        uint64_t bytes = 0;
+        for (const RgbaPicture& canvas : c.Canvases) bytes += CompressRgba(canvas);
+        BytesWritten["zlib-6 RGBA 100 canvases"] = bytes;
+    }
 }
 
 // brindle-cli convert of an archive of 200 sprites of 8 frames, as a user runs it.
@@ -414,6 +384,30 @@ const std::string& MemoryScratch() {
         });
     }
     return folder;
+}
+
+// brindle-cli convert --jobs 1 of the archive of 200 sprites of six frames (WriteConvertArchive), to
+// each format, and the bytes of the pictures it writes.
+void ConvertToFormat(benchmark::State& state, const std::string& format, const std::string& name) {
+    static std::string archive;
+    if (archive.empty()) {
+        archive = MemoryScratch() + "sprites.drs";
+        WriteFileBytes(archive, WriteConvertArchive());
+    }
+    const std::string out = MemoryScratch() + "convert-" + format;
+    std::string line = "'";
+    line += (std::filesystem::path(ProgramFolder()) / "brindle-cli").string();
+    line += "' convert '" + archive + "' '" + out + "' --jobs 1 --format " + format + " 2>/dev/null";
+    for (auto _ : state) {
+        if (std::system(line.c_str()) != 0) return state.SkipWithError("brindle-cli convert failed (is it built?)");
+    }
+    uint64_t bytes = 0;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(out, error)) {
+        const std::string extension = entry.path().extension().string();
+        if (entry.is_regular_file() && (extension == ".png" || extension == ".bmp")) bytes += entry.file_size();
+    }
+    BytesWritten[name] = bytes;
 }
 
 // brindle-cli sequence and slx of 100 frames of 512 x 512 with runs of 1 to 60 pixels of every kind,
@@ -495,12 +489,19 @@ void RegisterAll() {
     for (auto [name, run] : fileWork) {
         RegisterBenchmark(name, run)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(0.3)->Repetitions(3);
     }
-    RegisterBenchmark("sprite sheet 100 frames", ExportImagesOf, ImageFormat::Sheet)
+    RegisterBenchmark("sprite sheet 100 frames", ExportImagesOf, ImageFormat::Sheet, std::string("sprite sheet 100 frames"))
         ->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
-    RegisterBenchmark("libspng the sheet's rows", CompressSheetRows)->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
-    RegisterBenchmark("PNG sequence 100 frames", ExportImagesOf, ImageFormat::Png)
+    RegisterBenchmark("zlib-6 RGBA the sheet", ZlibSheet)->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
+    RegisterBenchmark("PNG sequence 100 frames", ExportImagesOf, ImageFormat::Png, std::string("PNG sequence 100 frames"))
         ->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
-    RegisterBenchmark("libspng 100 canvases", CompressCanvasRows)->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
+    RegisterBenchmark("APNG 100 frames", ExportImagesOf, ImageFormat::Apng, std::string("APNG 100 frames"))
+        ->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
+    RegisterBenchmark("zlib-6 RGBA 100 canvases", ZlibCanvases)->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
+    for (const char* format : {"bmp", "png", "apng", "sheet"}) {
+        const std::string name = "convert " + std::string(format) + ", jobs 1";
+        RegisterBenchmark(name.c_str(), ConvertToFormat, std::string(format), name)
+            ->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(Repetitions);
+    }
     // Each command runs once first, so that the copies have the files to copy whichever runs first.
     const std::string& memory = MemoryScratch();
     for (const auto& [command, out, reference, copy] :
@@ -534,6 +535,11 @@ struct Comparison {
 
 void PrintSummary() {
     const double pixels64 = 64.0 * 64, pixels512 = 512.0 * 512, bytes30 = LargeEntryBytes;
+    const ImageCase& images = ImageFixture();
+    const double sheetPixels = double(images.Sheet.Width) * images.Sheet.Height;
+    double canvasPixels = 0;
+    for (const RgbaPicture& canvas : images.Canvases) canvasPixels += double(canvas.Width) * canvas.Height;
+    const auto AtMostBmp = [](double, double r) { return r >= 1 / 1.5; };
     const std::vector<Comparison> table = {
         {"decode+recolour 64", "memcpy surfaces 64", "Mpx/s", pixels64, {}, "-"},
         {"decode+recolour 512", "memcpy surfaces 512", "Mpx/s", pixels512,
@@ -544,10 +550,14 @@ void PrintSummary() {
          "ratio >= 0.8"},
         {"ExportSequence 100 frames", "write 100 files", "ms", 0, [](double, double r) { return r >= 0.5; },
          "ratio >= 0.5"},
-        {"sprite sheet 100 frames", "libspng the sheet's rows", "ms", 0, [](double, double r) { return r >= 0.8; },
-         "ratio >= 0.8"},
-        {"PNG sequence 100 frames", "libspng 100 canvases", "ms", 0, [](double, double r) { return r >= 0.8; },
-         "ratio >= 0.8"},
+        {"sprite sheet 100 frames", "zlib-6 RGBA the sheet", "Mpx/s", sheetPixels, {}, "-"},
+        {"PNG sequence 100 frames", "zlib-6 RGBA 100 canvases", "Mpx/s", canvasPixels, {}, "-"},
+        {"APNG 100 frames", "zlib-6 RGBA 100 canvases", "Mpx/s", canvasPixels, {}, "-"},
+        {"PNG sequence 100 frames", "ExportSequence 100 frames", "Mpx/s", canvasPixels, {}, "-"},
+        {"APNG 100 frames", "ExportSequence 100 frames", "Mpx/s", canvasPixels, {}, "-"},
+        {"convert png, jobs 1", "convert bmp, jobs 1", "ms", 0, AtMostBmp, "<= 1.5 x bmp"},
+        {"convert apng, jobs 1", "convert bmp, jobs 1", "ms", 0, AtMostBmp, "<= 1.5 x bmp"},
+        {"convert sheet, jobs 1", "convert bmp, jobs 1", "ms", 0, AtMostBmp, "<= 1.5 x bmp"},
         {"convert 200 sprites, jobs 2", "convert 200 sprites, jobs 1", "ms", 0, [](double, double r) { return r >= 1.8; },
          "ratio >= 1.8"},
         {"thumbnail of 32766 rows", "process start", "ms", 0, [](double f, double) { return f < 50; }, "< 50 ms"},
@@ -574,6 +584,30 @@ void PrintSummary() {
                     verdict);
     }
     std::printf("ratio: the figure's speed over the reference's; times are the best repetition of each.\n");
+
+    // What the PNG writers write, beside the same pixels as RGBA through zlib at level 6 and beside what
+    // release 0.5 (RGBA, libspng's filters, zlib) wrote for the same archive.
+    struct Size {
+        std::string Figure, Reference;
+        double ReferenceBytes = 0;  // 0: the reference figure's own bytes
+        bool Goal = false;          // at most 0.6 of the reference's bytes
+    };
+    const std::vector<Size> sizes = {
+        {"PNG sequence 100 frames", "zlib-6 RGBA 100 canvases"}, {"APNG 100 frames", "zlib-6 RGBA 100 canvases"},
+        {"sprite sheet 100 frames", "zlib-6 RGBA the sheet"},    {"convert png, jobs 1", "release 0.5", 11306234, true},
+        {"convert apng, jobs 1", "release 0.5", 6155348, true},   {"convert sheet, jobs 1", "release 0.5", 10682175, true},
+        {"convert bmp, jobs 1", "convert png, jobs 1"},
+    };
+    std::printf("\n%-28s %14s   %-26s %14s %8s   %-14s %s\n", "bytes of", "bytes", "reference", "bytes", "ratio", "goal", "result");
+    for (const Size& row : sizes) {
+        const double reference = row.ReferenceBytes > 0 ? row.ReferenceBytes : double(BytesWritten[row.Reference]);
+        if (!BytesWritten.count(row.Figure) || reference == 0) continue;
+        const double ratio = double(BytesWritten[row.Figure]) / reference;
+        std::printf("%-28s %14llu   %-26s %14.0f %8.3f   %-14s %s\n", row.Figure.c_str(),
+                    static_cast<unsigned long long>(BytesWritten[row.Figure]), row.Reference.c_str(), reference, ratio,
+                    row.Goal ? "<= 0.6" : "-", !row.Goal ? "-" : ratio <= 0.6 ? "pass" : "FAIL");
+    }
+    std::printf("ratio: the figure's bytes over the reference's.\n");
 }
 
 }  // namespace

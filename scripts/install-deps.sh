@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
-  libspng-dev libgif-dev zlib1g-dev nlohmann-json3-dev pngcheck
+  libdeflate-dev libspng-dev libgif-dev zlib1g-dev nlohmann-json3-dev pngcheck
   qt6-base-dev qt6-multimedia-dev libx11-dev
   fonts-liberation fonts-dejavu-core fonts-dejavu-extra
   xvfb xauth

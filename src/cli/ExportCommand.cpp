@@ -1,6 +1,8 @@
 // brindle-cli export: a sprite in the formats of today's tools (PNG, animated PNG, GIF, a sheet with
 // JSON), and the image options it shares with convert.
 
+#include <thread>
+
 #include "cli/Commands.h"
 #include "cli/Inputs.h"
 #include "export/ImageFiles.h"
@@ -86,7 +88,8 @@ int WriteExported(const ExportOptions& options, const std::vector<NamedFile>& fi
 
 int RunExport(const ExportOptions& options) {
     const ImageFormat format = ImageFormatOf(options.Image.Format);
-    const ImageExportOptions settings = ImageOptionsOf(options.Image, options.Colours.Player, options.Frame, options.Players);
+    ImageExportOptions settings = ImageOptionsOf(options.Image, options.Colours.Player, options.Frame, options.Players);
+    settings.Threads = int(std::max(1u, std::thread::hardware_concurrency()));  // one sprite: its frames use the cores
     if (const int usage = CheckExportLine(options, format); usage != ExitOk) return usage;
     Outputs outputs(options.Command, options.Output.NoClobber);
     OpenedSprite sprite;

@@ -198,14 +198,33 @@ Outcome ExportImages(const SLPFile& sprite, ImageFormat format, const ImageExpor
     if (Outcome measured = CheckedCanvas(frames, canvas); !measured) return measured;
     const auto width = int32_t(canvas.Width()), height = int32_t(canvas.Height());
     if (format == ImageFormat::Png) {
+        // Frames are drawn on this thread, the one that may talk to the host, and encoded a few at a time
+        // on the threads asked for.
         const std::vector<std::string> names = ImageExportNames(format, options, out, header.NumFrames);
-        return ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t number, const RgbaPicture& picture) {
-            files.push_back({names[size_t(number - 1)], {}});
-            return EncodePng(picture, files.back().Bytes);
-        }, leftOut);
+        std::vector<RgbaPicture> drawn(2 * size_t(std::max(options.Threads, 1)));  // kept, so that copies reuse them
+        std::vector<int32_t> numbers;
+        auto encode = [&] {
+            const size_t first = files.size();
+            for (const int32_t number : numbers) files.push_back({names[size_t(number - 1)], {}});
+            std::vector<Outcome> outcomes(numbers.size(), Outcome::Success());
+            RunOnThreads(numbers.size(), options.Threads, [&](size_t i) { outcomes[i] = EncodePng(drawn[i], files[first + i].Bytes); });
+            numbers.clear();
+            for (const Outcome& outcome : outcomes)
+                if (!outcome) return outcome;
+            return Outcome::Success();
+        };
+        if (Outcome each = ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t number, const RgbaPicture& picture) {
+                drawn[numbers.size()] = picture;
+                numbers.push_back(number);
+                return numbers.size() < drawn.size() ? Outcome::Success() : encode();
+            }, leftOut);
+            !each) {
+            return each;
+        }
+        return encode();
     }
     if (format == ImageFormat::Apng) {
-        ApngWriter writer(width, height, header.NumFrames, options.Fps);
+        ApngWriter writer(width, height, header.NumFrames, options.Fps, options.Threads);
         if (Outcome drawn = ForEachCanvasFrame(sprite, frames, canvas, options.Rgba, host, [&](int32_t, const RgbaPicture& picture) { return writer.Add(picture); }, leftOut);
             !drawn) {
             return drawn;

@@ -21,6 +21,7 @@ struct ImageExportOptions {
     int32_t Frame = 0;    // Png: this frame alone at its own size; 0 for the sequence on the canvas
     bool AllPlayers = false;  // Sheet: the frames once for each team, in place of Rgba.Player's alone
     bool SheetHash = false;   // Sheet: "frames" an object keyed by the frames' names, in place of a list
+    int Threads = 1;          // Png sequences and Apng: frames encoded on up to this many threads at once
 };
 
 // The widest and tallest sheet written, in pixels.

@@ -1,13 +1,17 @@
 #include "export/ImageFiles.h"
 
 #include <gif_lib.h>
-#include <spng.h>
-#include <zlib.h>
+#include <libdeflate.h>
 
 #include <algorithm>
+#include <atomic>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <system_error>
+#include <thread>
 #include <unordered_map>
 
 namespace {
@@ -19,18 +23,231 @@ void PutU16(std::vector<uint8_t>& out, uint32_t value) {
     out.push_back(static_cast<uint8_t>(value >> 8));
     out.push_back(static_cast<uint8_t>(value));
 }
+void SetU32(uint8_t* at, uint32_t value) {
+    for (int i = 0; i < 4; ++i) at[i] = static_cast<uint8_t>(value >> (24 - 8 * i));
+}
 
-// The picture's rows, each behind filter byte 0, compressed as one zlib stream.
-Outcome CompressRows(const RgbaPicture& picture, std::vector<uint8_t>& compressed) {
-    const size_t rowBytes = size_t(picture.Width) * 4;
-    std::vector<uint8_t> filtered((rowBytes + 1) * size_t(picture.Height));
-    for (int32_t y = 0; y < picture.Height; ++y) std::memcpy(&filtered[size_t(y) * (rowBytes + 1) + 1], picture.Row(y), rowBytes);
-    uLongf length = compressBound(uLong(filtered.size()));
-    compressed.resize(length);
-    if (compress2(compressed.data(), &length, filtered.data(), uLong(filtered.size()), Z_DEFAULT_COMPRESSION) != Z_OK) {
-        return Outcome::Failure(Fault::CannotWrite, "zlib could not compress a frame");
+// The level of libdeflate's zlib streams, by measurement on 200 sprites of six frames as palette
+// pictures: level 5 writes within 0.2 % of level 6's bytes in 6 % less time for the whole conversion,
+// level 1 8 % more bytes, level 12 2.5 % fewer bytes in eight times the time.
+constexpr int DeflateLevel = 5;
+
+// Appends the zlib stream of data to out, with a compressor kept for each thread.
+Outcome Deflate(const std::vector<uint8_t>& data, std::vector<uint8_t>& out) {
+    using Compressor = std::unique_ptr<libdeflate_compressor, decltype(&libdeflate_free_compressor)>;
+    thread_local Compressor compressor(libdeflate_alloc_compressor(DeflateLevel), &libdeflate_free_compressor);
+    if (!compressor) return Outcome::Failure(Fault::OutOfLimits, "out of memory");
+    const size_t at = out.size(), bound = libdeflate_zlib_compress_bound(compressor.get(), data.size());
+    out.resize(at + bound);
+    const size_t length = libdeflate_zlib_compress(compressor.get(), data.data(), data.size(), out.data() + at, bound);
+    if (length == 0) return Outcome::Failure(Fault::CannotWrite, "libdeflate could not compress a picture");
+    out.resize(at + length);
+    return Outcome::Success();
+}
+
+// A PNG file built chunk by chunk: Begin writes a chunk's length (patched by End) and type, the caller
+// appends its data, and End adds the CRC.
+class PngFile {
+public:
+    std::vector<uint8_t> Bytes{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+
+    size_t Begin(const char* type) {
+        PutU32(Bytes, 0);
+        Bytes.insert(Bytes.end(), type, type + 4);
+        return Bytes.size() - 4;
     }
-    compressed.resize(length);
+    void End(size_t typeAt) {
+        SetU32(&Bytes[typeAt - 4], uint32_t(Bytes.size() - typeAt - 4));
+        PutU32(Bytes, libdeflate_crc32(0, &Bytes[typeAt], Bytes.size() - typeAt));
+    }
+    void Chunk(const char* type, const std::vector<uint8_t>& data) {
+        const size_t at = Begin(type);
+        Bytes.insert(Bytes.end(), data.begin(), data.end());
+        End(at);
+    }
+};
+
+// An RGBA value as four bytes in memory, R first, read and written whole.
+uint32_t LoadPixel(const uint8_t* p) {
+    uint32_t value;
+    std::memcpy(&value, p, 4);
+    return value;
+}
+
+}  // namespace
+
+// The pixels of one PNG picture or of all frames of an animation, held as the rows a PNG stores, each
+// behind its filter byte: palette indexes while the frames hold at most 256 distinct RGBA values,
+// RGBA from the frame that brings the 257th on (the frames before are turned back to RGBA then).
+//
+// Every row is stored unfiltered. Measured on sprite art, that is the smallest as well as the cheapest:
+// a filter of indexes mixes unrelated colours (sub 2 % more bytes, up 38 %, paeth 21 %, the choice of
+// each row by least sum 5 %), and of RGBA, whose pixels are a palette's colours, sub and up write 1.8
+// and 2.2 times the bytes of none.
+class PngPixels {
+public:
+    PngPixels(int32_t width, int32_t height) : width_(width), height_(height) { std::fill(std::begin(slots_), std::end(slots_), -1); }
+
+    void Add(const RgbaPicture& picture) {
+        std::vector<uint8_t>& rows = frames_.emplace_back();
+        if (indexed_ && IndexRows(picture, rows)) return;
+        if (indexed_) {
+            indexed_ = false;
+            for (size_t i = 0; i + 1 < frames_.size(); ++i) frames_[i] = ExpandIndexes(frames_[i]);
+        }
+        RgbaRows(picture, rows);
+    }
+
+    // Puts the palette in the order it is written in; the last frame has been added.
+    void Seal() {
+        if (indexed_) PutTranslucentFirst();
+    }
+
+    void WriteHeader(PngFile& png) const {
+        std::vector<uint8_t> header;
+        PutU32(header, uint32_t(width_));
+        PutU32(header, uint32_t(height_));
+        // 8 bits, palette or RGBA, deflate, filters of one row each (all none), no interlace
+        header.insert(header.end(), {8, uint8_t(indexed_ ? 3 : 6), 0, 0, 0});
+        png.Chunk("IHDR", header);
+    }
+
+    // PLTE and tRNS, for indexes; once sealed.
+    void WritePalette(PngFile& png) const {
+        if (!indexed_) return;
+        std::vector<uint8_t> palette, alphas;
+        for (int i = 0; i < count_; ++i) {
+            uint8_t rgba[4];
+            std::memcpy(rgba, &colours_[i], 4);
+            palette.insert(palette.end(), rgba, rgba + 3);
+            if (rgba[3] != 255) {
+                alphas.resize(size_t(i) + 1, 255);
+                alphas[size_t(i)] = rgba[3];
+            }
+        }
+        png.Chunk("PLTE", palette);
+        if (!alphas.empty()) png.Chunk("tRNS", alphas);
+    }
+
+    size_t FrameCount() const { return frames_.size(); }
+    const std::vector<uint8_t>& Rows(size_t frame) const { return frames_[frame]; }
+
+private:
+    static constexpr size_t SlotCount = 1024;  // four slots a colour: probes stay short
+    // Where alpha stands in a value read by LoadPixel.
+    static constexpr int AlphaShift = std::endian::native == std::endian::little ? 24 : 0;
+
+    // The palette index of value, entered if new; -1 when the palette is full.
+    static size_t SlotOf(uint32_t value) { return (value * 0x9E3779B1u) >> 22; }
+
+    int IndexOf(uint32_t value) {
+        for (size_t slot = SlotOf(value);; slot = (slot + 1) % SlotCount) {
+            if (keys_[slot] == value && slots_[slot] >= 0) return slots_[slot];
+            if (slots_[slot] < 0) {
+                if (count_ == 256) return -1;
+                keys_[slot] = value;
+                colours_[count_] = value;
+                slots_[slot] = int16_t(count_);
+                return count_++;
+            }
+        }
+    }
+
+    bool IndexRows(const RgbaPicture& picture, std::vector<uint8_t>& rows) {
+        const auto width = size_t(width_);
+        rows.assign((width + 1) * size_t(height_), 0);
+        if (width == 0) return true;
+        for (int32_t y = 0; y < height_; ++y) {
+            uint8_t* out = &rows[size_t(y) * (width + 1) + 1];  // behind the filter byte, none
+            const uint8_t* p = picture.Row(y);
+            for (size_t x = 0; x < width; ++x, p += 4) {
+                const uint32_t value = LoadPixel(p);
+                const size_t slot = SlotOf(value);  // the first slot holds the value nearly always
+                int index = keys_[slot] == value && slots_[slot] >= 0 ? slots_[slot] : IndexOf(value);
+                if (index < 0) return false;
+                out[x] = uint8_t(index);
+            }
+        }
+        return true;
+    }
+
+    void RgbaRows(const RgbaPicture& picture, std::vector<uint8_t>& rows) const {
+        const size_t bytes = size_t(width_) * 4;
+        rows.assign((bytes + 1) * size_t(height_), 0);  // filter bytes: none
+        for (int32_t y = 0; y < height_; ++y) std::memcpy(&rows[size_t(y) * (bytes + 1) + 1], picture.Row(y), bytes);
+    }
+
+    // Rows of indexes turned back into the RGBA rows of the picture they came from.
+    std::vector<uint8_t> ExpandIndexes(const std::vector<uint8_t>& indexes) const {
+        const auto width = size_t(width_);
+        std::vector<uint8_t> rows((4 * width + 1) * size_t(height_), 0);
+        for (size_t y = 0; y < size_t(height_); ++y) {
+            const uint8_t* in = &indexes[y * (width + 1) + 1];
+            uint8_t* out = &rows[y * (4 * width + 1) + 1];
+            for (size_t x = 0; x < width; ++x) std::memcpy(out + 4 * x, &colours_[in[x]], 4);
+        }
+        return rows;
+    }
+
+    // tRNS holds alphas up to the last colour that is not opaque: those colours go first, in the order
+    // met, and the indexes follow them.
+    void PutTranslucentFirst() {
+        uint8_t order[256];
+        uint32_t sorted[256];
+        int placed = 0;
+        for (int pass = 0; pass < 2; ++pass) {
+            for (int i = 0; i < count_; ++i) {
+                const bool translucent = uint8_t(colours_[i] >> AlphaShift) != 255;
+                if (translucent == (pass == 0)) sorted[placed] = colours_[i], order[i] = uint8_t(placed++);
+            }
+        }
+        bool moved = false;
+        for (int i = 0; i < count_; ++i) moved |= order[i] != i;
+        std::copy(sorted, sorted + count_, colours_);
+        if (!moved) return;
+        for (std::vector<uint8_t>& rows : frames_) {
+            for (int32_t y = 0; y < height_; ++y) {
+                uint8_t* row = &rows[size_t(y) * (size_t(width_) + 1) + 1];
+                for (int32_t x = 0; x < width_; ++x) row[x] = order[row[x]];
+            }
+        }
+    }
+
+    int32_t width_, height_;
+    bool indexed_ = true;
+    std::vector<std::vector<uint8_t>> frames_;
+    uint32_t colours_[256] = {};
+    int count_ = 0;
+    uint32_t keys_[SlotCount] = {};
+    int16_t slots_[SlotCount];
+};
+
+void RunOnThreads(size_t count, int threads, const std::function<void(size_t)>& work) {
+    std::atomic<size_t> next{0};
+    auto take = [&] {
+        for (size_t i; (i = next++) < count;) work(i);
+    };
+    std::vector<std::thread> helpers;
+    for (size_t t = 1; t < std::min(size_t(std::max(threads, 1)), count); ++t) {
+        try {
+            helpers.emplace_back(take);
+        } catch (const std::system_error&) {
+            break;  // no more threads to be had: those there are do the work
+        }
+    }
+    take();
+    for (std::thread& helper : helpers) helper.join();
+}
+
+namespace {
+
+// The zlib stream of each frame's rows, frames shared among up to `threads` threads.
+Outcome CompressFrames(const PngPixels& pixels, int threads, std::vector<std::vector<uint8_t>>& streams) {
+    streams.assign(pixels.FrameCount(), {});
+    std::vector<Outcome> outcomes(streams.size(), Outcome::Success());
+    RunOnThreads(streams.size(), threads, [&](size_t i) { outcomes[i] = Deflate(pixels.Rows(i), streams[i]); });
+    for (const Outcome& outcome : outcomes)
+        if (!outcome) return outcome;
     return Outcome::Success();
 }
 
@@ -39,93 +256,72 @@ Outcome CompressRows(const RgbaPicture& picture, std::vector<uint8_t>& compresse
 Outcome EncodePng(const RgbaPicture& picture, std::vector<uint8_t>& png) {
     png.clear();
     if (picture.Width < 1 || picture.Height < 1) return Outcome::Failure(Fault::OutOfLimits, "a picture of no pixels can't be a PNG file");
-    spng_ctx* context = spng_ctx_new(SPNG_CTX_ENCODER);
-    if (!context) return Outcome::Failure(Fault::OutOfLimits, "out of memory");
-    spng_set_option(context, SPNG_ENCODE_TO_BUFFER, 1);
-    spng_ihdr header{};
-    header.width = uint32_t(picture.Width);
-    header.height = uint32_t(picture.Height);
-    header.bit_depth = 8;
-    header.color_type = SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
-    int error = spng_set_ihdr(context, &header);
-    if (!error) error = spng_encode_image(context, picture.Pixels.data(), picture.Pixels.size(), SPNG_FMT_PNG, SPNG_ENCODE_FINALIZE);
-    size_t size = 0;
-    void* buffer = error ? nullptr : spng_get_png_buffer(context, &size, &error);
-    if (buffer) {
-        const auto* bytes = static_cast<const uint8_t*>(buffer);
-        png.assign(bytes, bytes + size);
-        std::free(buffer);
-    }
-    spng_ctx_free(context);
-    if (error) return Outcome::Failure(Fault::CannotWrite, std::string("PNG encoder: ") + spng_strerror(error));
+    PngPixels pixels(picture.Width, picture.Height);
+    pixels.Add(picture);
+    pixels.Seal();
+    PngFile file;
+    pixels.WriteHeader(file);
+    pixels.WritePalette(file);
+    const size_t at = file.Begin("IDAT");
+    if (Outcome packed = Deflate(pixels.Rows(0), file.Bytes); !packed) return packed;
+    file.End(at);
+    file.Chunk("IEND", {});
+    png = std::move(file.Bytes);
     return Outcome::Success();
 }
 
 // ---- APNG --------------------------------------------------------------------------------------------
 
-ApngWriter::ApngWriter(int32_t width, int32_t height, int32_t frameCount, int fps)
-    : width_(width), height_(height), frameCount_(frameCount), fps_(std::clamp(fps, 1, 1000)) {
-    png_ = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-    std::vector<uint8_t> header;
-    PutU32(header, uint32_t(width_));
-    PutU32(header, uint32_t(height_));
-    header.insert(header.end(), {8, 6, 0, 0, 0});  // 8 bits, RGBA, deflate, adaptive filters, no interlace
-    Chunk("IHDR", header);
-    std::vector<uint8_t> control;
-    PutU32(control, uint32_t(frameCount_));
-    PutU32(control, 0);  // plays: forever
-    Chunk("acTL", control);
-}
+ApngWriter::ApngWriter(int32_t width, int32_t height, int32_t frameCount, int fps, int threads)
+    : width_(width), height_(height), frameCount_(frameCount), fps_(std::clamp(fps, 1, 1000)), threads_(std::max(threads, 1)),
+      pixels_(std::make_unique<PngPixels>(width, height)) {}
 
-void ApngWriter::Chunk(const char* type, const std::vector<uint8_t>& data) {
-    PutU32(png_, uint32_t(data.size()));
-    const size_t typeAt = png_.size();
-    png_.insert(png_.end(), type, type + 4);
-    png_.insert(png_.end(), data.begin(), data.end());
-    PutU32(png_, uint32_t(crc32(0, png_.data() + typeAt, uInt(png_.size() - typeAt))));
-}
+ApngWriter::~ApngWriter() = default;
 
 Outcome ApngWriter::Add(const RgbaPicture& frame) {
-    if (frame.Width != width_ || frame.Height != height_ || added_ >= frameCount_) {
+    if (frame.Width != width_ || frame.Height != height_ || int32_t(pixels_->FrameCount()) >= frameCount_) {
         return Outcome::Failure(Fault::OutOfLimits, "an animation frame does not fit the animation");
     }
-    std::vector<uint8_t> control;
-    PutU32(control, sequence_++);
-    PutU32(control, uint32_t(width_));
-    PutU32(control, uint32_t(height_));
-    PutU32(control, 0);  // x offset
-    PutU32(control, 0);  // y offset
-    PutU16(control, 1);  // delay: 1 / fps seconds
-    PutU16(control, uint32_t(fps_));
-    control.push_back(0);  // dispose: none, the next frame replaces all of it
-    control.push_back(0);  // blend: source, alpha included
-    Chunk("fcTL", control);
-
-    std::vector<uint8_t> compressed;
-    if (Outcome packed = CompressRows(frame, compressed); !packed) return packed;
-    if (added_ == 0) {
-        Chunk("IDAT", compressed);  // the first frame is the picture a plain PNG viewer shows
-    } else {
-        std::vector<uint8_t> data;
-        PutU32(data, sequence_++);
-        data.insert(data.end(), compressed.begin(), compressed.end());
-        Chunk("fdAT", data);
-    }
-    ++added_;
+    pixels_->Add(frame);
     return Outcome::Success();
 }
 
 Outcome ApngWriter::Finish(std::vector<uint8_t>& png) {
-    if (added_ == 0) return Outcome::Failure(Fault::OutOfLimits, "the animation has no frames");
-    if (added_ != frameCount_) {
-        // Frames were left out: acTL, behind the signature and IHDR, must count those there are.
-        constexpr size_t countAt = 8 + 25 + 8, typeAt = countAt - 4;
-        for (int i = 0; i < 4; ++i) png_[countAt + size_t(i)] = uint8_t(uint32_t(added_) >> (24 - 8 * i));
-        const auto crc = uint32_t(crc32(0, png_.data() + typeAt, 4 + 8));
-        for (int i = 0; i < 4; ++i) png_[countAt + 8 + size_t(i)] = uint8_t(crc >> (24 - 8 * i));
+    const auto added = uint32_t(pixels_->FrameCount());
+    if (added == 0) return Outcome::Failure(Fault::OutOfLimits, "the animation has no frames");
+    pixels_->Seal();
+    std::vector<std::vector<uint8_t>> streams;
+    if (Outcome packed = CompressFrames(*pixels_, threads_, streams); !packed) return packed;
+
+    PngFile file;
+    pixels_->WriteHeader(file);
+    std::vector<uint8_t> control;
+    PutU32(control, added);  // frames: those added, where a caller left some out
+    PutU32(control, 0);      // plays: forever
+    file.Chunk("acTL", control);
+    pixels_->WritePalette(file);  // one palette for every frame
+    uint32_t sequence = 0;
+    for (uint32_t i = 0; i < added; ++i) {
+        control.clear();
+        PutU32(control, sequence++);
+        PutU32(control, uint32_t(width_));
+        PutU32(control, uint32_t(height_));
+        PutU32(control, 0);  // x offset
+        PutU32(control, 0);  // y offset
+        PutU16(control, 1);  // delay: 1 / fps seconds
+        PutU16(control, uint32_t(fps_));
+        control.push_back(0);  // dispose: none, the next frame replaces all of it
+        control.push_back(0);  // blend: source, alpha included
+        file.Chunk("fcTL", control);
+        // The first frame is the picture a plain PNG viewer shows.
+        const size_t at = file.Begin(i == 0 ? "IDAT" : "fdAT");
+        if (i > 0) PutU32(file.Bytes, sequence++);
+        file.Bytes.insert(file.Bytes.end(), streams[i].begin(), streams[i].end());
+        file.End(at);
+        std::vector<uint8_t>().swap(streams[i]);
     }
-    Chunk("IEND", {});
-    png = std::move(png_);
+    file.Chunk("IEND", {});
+    png = std::move(file.Bytes);
     return Outcome::Success();
 }
 

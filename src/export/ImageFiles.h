@@ -1,8 +1,14 @@
 #pragma once
-// Encoders of RGBA pictures: PNG (libspng), animated PNG (its acTL, fcTL and fdAT chunks written here
-// over zlib) and animated GIF (giflib). Each builds the file in memory.
+// Encoders of RGBA pictures: PNG and animated PNG (chunks written here, compressed by libdeflate) and
+// animated GIF (giflib). Each builds the file in memory.
+//
+// A PNG is a palette picture (8 bits an index, tRNS for the alphas) when its pixels hold at most 256
+// distinct RGBA values, as a sprite's do, and RGBA beyond that; an APNG the same, with one palette for
+// all its frames. Either way a reader gets the same RGBA pixels.
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -11,22 +17,29 @@
 
 Outcome EncodePng(const RgbaPicture& picture, std::vector<uint8_t>& png);
 
+// Calls work(i) for each i from 0 to count - 1, on up to `threads` threads, the calling one among them.
+void RunOnThreads(size_t count, int threads, const std::function<void(size_t)>& work);
+
 // Frames of one size, shown fps times a second and looping forever. Each frame replaces the whole
 // canvas, alpha included, so none shows through to the one before it. A viewer that knows nothing of
 // APNG shows the first frame. Up to frameCount frames are added; fewer, where a caller left some out,
-// are counted as they are.
+// are counted as they are. The frames are held until Finish, which compresses them on up to `threads`
+// threads.
+class PngPixels;
 class ApngWriter {
 public:
-    ApngWriter(int32_t width, int32_t height, int32_t frameCount, int fps);
+    ApngWriter(int32_t width, int32_t height, int32_t frameCount, int fps, int threads = 1);
+    ~ApngWriter();
+    ApngWriter(const ApngWriter&) = delete;
+    ApngWriter& operator=(const ApngWriter&) = delete;
+
     Outcome Add(const RgbaPicture& frame);
     Outcome Finish(std::vector<uint8_t>& png);
 
 private:
-    void Chunk(const char* type, const std::vector<uint8_t>& data);
-    int32_t width_, height_, frameCount_, added_ = 0;
-    int fps_;
-    uint32_t sequence_ = 0;
-    std::vector<uint8_t> png_;
+    int32_t width_, height_, frameCount_;
+    int fps_, threads_;
+    std::unique_ptr<PngPixels> pixels_;
 };
 
 // A GIF's delays are whole hundredths, and browsers slow those under 2 to a tenth of a second.

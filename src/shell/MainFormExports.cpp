@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <thread>
 
 #include "base/FileWriter.h"
 #include "base/Files.h"
@@ -41,6 +42,7 @@ Outcome WriteImageExport(const std::string& slpPath, ImageFormat format, int32_t
     ImageExportOptions options;
     options.Frame = frame;
     options.Rgba.Player = player;
+    options.Threads = int(std::max(1u, std::thread::hardware_concurrency()));
     std::vector<NamedFile> files;
     std::vector<std::string> notes;
     if (Outcome exported = ExportImages(sprite, format, options, out, files, notes, host); !exported) return exported;

@@ -8,10 +8,13 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
+#include <random>
 #include <set>
 
 #include "colour/Palettes.h"
 #include "export/ImageExports.h"
+#include "export/ImageFiles.h"
 #include "RecordingHost.h"
 #include "Writers.h"
 
@@ -31,6 +34,12 @@ uint32_t Pixel(uint32_t r, uint32_t g, uint32_t b, uint32_t a) { return r << 24 
 uint32_t Opaque(uint32_t colour) { return Pixel(colour & 0xFF, colour >> 8 & 0xFF, colour >> 16, 255); }
 uint32_t BigEndian(const uint8_t* p) { return Pixel(p[0], p[1], p[2], p[3]); }
 
+Rgba RgbaOf(const RgbaPicture& picture) {
+    Rgba rgba{picture.Width, picture.Height, {}};
+    for (size_t i = 0; i < picture.Pixels.size(); i += 4) rgba.Pixels.push_back(BigEndian(&picture.Pixels[i]));
+    return rgba;
+}
+
 // CRCs are left to pngcheck, which reads every file that DecodeApngFrames takes apart.
 Rgba DecodePng(const Bytes& png) {
     spng_ctx* context = spng_ctx_new(0);
@@ -40,7 +49,7 @@ Rgba DecodePng(const Bytes& png) {
     spng_set_png_buffer(context, png.data(), png.size());
     spng_decoded_image_size(context, SPNG_FMT_RGBA8, &size);
     Bytes bytes(size);
-    const bool read = spng_get_ihdr(context, &header) == 0 && spng_decode_image(context, bytes.data(), size, SPNG_FMT_RGBA8, 0) == 0;
+    const bool read = spng_get_ihdr(context, &header) == 0 && spng_decode_image(context, bytes.data(), size, SPNG_FMT_RGBA8, SPNG_DECODE_TRNS) == 0;
     spng_ctx_free(context);
     Rgba picture{read ? int(header.width) : 0, read ? int(header.height) : 0, {}};
     for (size_t i = 0; read && i < size; i += 4) picture.Pixels.push_back(BigEndian(&bytes[i]));
@@ -59,14 +68,21 @@ std::vector<Chunk> ChunksOf(const Bytes& png) {
     return chunks;
 }
 
-// Each frame of an APNG as a PNG file of its own, for libspng: signature, IHDR, the frame's data as
-// its IDAT, IEND, the CRCs 0.
+// Each frame of an APNG as a PNG file of its own, for libspng: signature, IHDR, the palette and its
+// alphas where there are, the frame's data as its IDAT, IEND, the CRCs 0.
 std::vector<Rgba> DecodeApngFrames(const Bytes& png) {
     std::vector<Rgba> frames;
+    Bytes head(png.begin(), png.begin() + 33);
     for (auto [type, data] : ChunksOf(png)) {
+        if (type == "PLTE" || type == "tRNS") {
+            for (int shift = 24; shift >= 0; shift -= 8) head.push_back(uint8_t(data.size() >> shift));
+            head.insert(head.end(), type.begin(), type.end());
+            head.insert(head.end(), data.begin(), data.end());
+            head.insert(head.end(), 4, 0);
+        }
         if (type == "fdAT") data.erase(data.begin(), data.begin() + 4);  // its sequence number
         else if (type != "IDAT") continue;
-        Bytes file(png.begin(), png.begin() + 33);
+        Bytes file = head;
         for (int shift = 24; shift >= 0; shift -= 8) file.push_back(uint8_t(data.size() >> shift));
         file.insert(file.end(), {'I', 'D', 'A', 'T'});
         file.insert(file.end(), data.begin(), data.end());
@@ -167,8 +183,10 @@ TEST_F(ImageExportTest, EveryFormatHoldsItsFramesByTheLayerTable) {
         EXPECT_EQ(DecodeApngFrames(apng), canvases);
         const std::vector<Chunk> chunks = ChunksOf(apng);
         EXPECT_EQ(chunks.at(1), Chunk("acTL", {0, 0, 0, 2, 0, 0, 0, 0}));  // two frames, played forever
-        // Frame 0, 33 x 41 at (0, 0), shown 1/25 s, disposed of by nothing, its pixels replacing the canvas.
-        EXPECT_EQ(chunks.at(2), Chunk("fcTL", {0, 0, 0, 0, 0, 0, 0, 33, 0, 0, 0, 41, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 25, 0, 0}));
+        // Frame 0, 33 x 41 at (0, 0), shown 1/25 s, disposed of by nothing, its pixels replacing the canvas;
+        // before it the palette of all frames.
+        EXPECT_EQ(std::tuple(chunks.at(2).first, chunks.at(3).first), std::tuple("PLTE", "tRNS"));
+        EXPECT_EQ(chunks.at(4), Chunk("fcTL", {0, 0, 0, 0, 0, 0, 0, 33, 0, 0, 0, 41, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 25, 0, 0}));
         WriteFileBytes(dir / "walk.png", apng);
         EXPECT_EQ(std::system(("pngcheck -q '" + (dir / "walk.png") + "' > /dev/null").c_str()), 0);
 
@@ -263,6 +281,87 @@ TEST_F(ImageExportTest, SheetJsonFollowsTheTextureAtlasSchemaInBothLayouts) {
             EXPECT_TRUE(keys(frame.at("pivot")) == point && frame.at("pivot") == frame.at("anchor") && frame.at("pivot").at("x").is_number());
         }
         EXPECT_TRUE(names.contains("walk_p1_001") && names.contains("walk_p8_002") && names.size() == 16);
+    }
+}
+
+// Pictures of up to 256 RGBA values and of more, alone and as the frames of one animation, are read back
+// as drawn: palette pictures while the values fit, with one palette for all frames, and RGBA from the
+// frame that brings the 257th on, the frames before it too.
+TEST(PngWriterTest, PicturesOfAnyNumberOfColoursReadBackAsDrawn) {
+    std::mt19937 random(5);
+    auto draw = [&](size_t colours) {
+        std::set<uint32_t> values;
+        while (values.size() < colours) values.insert(uint32_t(random()) | (values.size() % 3 ? 0xFF000000u : 0));
+        const std::vector<uint32_t> list(values.begin(), values.end());
+        RgbaPicture picture;
+        picture.Resize(40, 30);
+        uint32_t value = 0;
+        int run = 0;
+        for (size_t i = 0; i < 1200; ++i) {
+            if (i < list.size()) value = list[i];  // every value once, then runs of any
+            else if (--run <= 0) value = list[random() % list.size()], run = 1 + int(random() % 9);
+            std::memcpy(&picture.Pixels[4 * i], &value, 4);
+        }
+        return picture;
+    };
+    const auto colourType = [](const Bytes& png) { return png.at(25); };
+    for (const size_t colours : {1u, 2u, 255u, 256u, 257u, 1000u}) {
+        SCOPED_TRACE(colours);
+        const RgbaPicture picture = draw(colours);
+        Bytes png;
+        ASSERT_TRUE(EncodePng(picture, png));
+        EXPECT_EQ(std::tuple(colourType(png), DecodePng(png)), std::tuple(colours <= 256 ? 3 : 6, RgbaOf(picture)));
+    }
+    for (const size_t each : {80u, 150u}) {  // three frames: 240 values in all, then 450
+        SCOPED_TRACE(each);
+        const std::vector<RgbaPicture> frames{draw(each), draw(each), draw(each)};
+        ApngWriter writer(40, 30, 3, 10, 2);
+        for (const RgbaPicture& frame : frames) ASSERT_TRUE(writer.Add(frame));
+        Bytes apng;
+        ASSERT_TRUE(writer.Finish(apng));
+        EXPECT_EQ(colourType(apng), each == 80 ? 3 : 6);
+        EXPECT_EQ(DecodeApngFrames(apng), (std::vector<Rgba>{RgbaOf(frames[0]), RgbaOf(frames[1]), RgbaOf(frames[2])}));
+    }
+}
+
+// Sprites of random runs of every layer come back from every PNG the export writes as the frames drawn,
+// and the frames encoded on several threads are the same files as on one.
+TEST_F(ImageExportTest, RandomSpritesReadBackFromEveryPng) {
+    std::vector<FrameFixture> drawn;
+    for (uint32_t i = 0; i < 5; ++i) drawn.push_back(EncodeFrame(RandomArt(30 + int32_t(i) * 7, 25, i), int32_t(i) * 3, 20));
+    sprite.Bytes = WriteSprite(drawn);
+    SLPHeader header;
+    std::vector<SLPFrameInfo> frames;
+    CanvasBounds canvas;
+    ASSERT_TRUE(ParseSLPHeaders(sprite, header, frames) && CheckedCanvas(frames, canvas));
+    const RgbaOptions options{90, true};
+    std::vector<Rgba> canvases;
+    RecordingHost host;
+    ASSERT_TRUE(ForEachCanvasFrame(sprite, frames, canvas, options, host, [&](int32_t, const RgbaPicture& picture) {
+        canvases.push_back(RgbaOf(picture));
+        return Outcome::Success();
+    }));
+    ImageExportOptions settings{options};
+    const std::vector<NamedFile> single = Export(ImageFormat::Png, settings, "walk.png");
+    settings.Threads = 3;
+    const std::vector<NamedFile> three = Export(ImageFormat::Png, settings, "walk.png");
+    std::vector<Rgba> sequence;
+    for (size_t i = 0; i < three.size(); ++i) {
+        EXPECT_EQ(std::tuple(three[i].Path, three[i].Bytes), std::tuple(single.at(i).Path, single.at(i).Bytes));
+        sequence.push_back(DecodePng(three[i].Bytes));
+    }
+    EXPECT_EQ(sequence, canvases);
+    EXPECT_EQ(DecodeApngFrames(Export(ImageFormat::Apng, settings, "walk.png").at(0).Bytes), canvases);
+    const Rgba sheet = DecodePng(Export(ImageFormat::Sheet, settings, "walk.png").at(0).Bytes);
+    const SheetLayout layout = LayOutSheet(frames);
+    for (int32_t i = 1; i <= header.NumFrames; ++i) {
+        RgbaPicture frame;
+        ASSERT_TRUE(DecodeRgbaFrame(sprite, frames, i, options, frame, host));
+        Rgba cut{frame.Width, frame.Height, {}};
+        const auto [x, y] = layout.Places[size_t(i - 1)];
+        for (int32_t row = 0; row < frame.Height; ++row)
+            for (int32_t col = 0; col < frame.Width; ++col) cut.Pixels.push_back(sheet.Pixels.at(size_t((y + row) * sheet.Width + x + col)));
+        EXPECT_EQ(cut, RgbaOf(frame));
     }
 }
 
