@@ -130,6 +130,8 @@ public:
     }
 
     size_t FrameCount() const { return frames_.size(); }
+    // The bytes the rows of all frames take, or would take once turned back to RGBA.
+    size_t HeldBytes() const { return frames_.size() * (size_t(width_) * 4 + 1) * size_t(height_); }
     const std::vector<uint8_t>& Rows(size_t frame) const { return frames_[frame]; }
 
 private:
@@ -272,9 +274,9 @@ Outcome EncodePng(const RgbaPicture& picture, std::vector<uint8_t>& png) {
 
 // ---- APNG --------------------------------------------------------------------------------------------
 
-ApngWriter::ApngWriter(int32_t width, int32_t height, int32_t frameCount, int fps, int threads)
+ApngWriter::ApngWriter(int32_t width, int32_t height, int32_t frameCount, int fps, int threads, size_t maxHeldBytes)
     : width_(width), height_(height), frameCount_(frameCount), fps_(std::clamp(fps, 1, 1000)), threads_(std::max(threads, 1)),
-      pixels_(std::make_unique<PngPixels>(width, height)) {}
+      maxHeldBytes_(maxHeldBytes), pixels_(std::make_unique<PngPixels>(width, height)) {}
 
 ApngWriter::~ApngWriter() = default;
 
@@ -283,6 +285,11 @@ Outcome ApngWriter::Add(const RgbaPicture& frame) {
         return Outcome::Failure(Fault::OutOfLimits, "an animation frame does not fit the animation");
     }
     pixels_->Add(frame);
+    if (pixels_->HeldBytes() > maxHeldBytes_) {
+        pixels_ = std::make_unique<PngPixels>(width_, height_);  // let go of them at once
+        return Outcome::Failure(Fault::OutOfLimits, "its frames would take more than " + std::to_string(maxHeldBytes_ >> 20) +
+                                                        " MiB to hold as an APNG; a sequence or a sheet writes them");
+    }
     return Outcome::Success();
 }
 

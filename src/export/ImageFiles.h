@@ -24,11 +24,14 @@ void RunOnThreads(size_t count, int threads, const std::function<void(size_t)>& 
 // canvas, alpha included, so none shows through to the one before it. A viewer that knows nothing of
 // APNG shows the first frame. Up to frameCount frames are added; fewer, where a caller left some out,
 // are counted as they are. The frames are held until Finish, which compresses them on up to `threads`
-// threads.
+// threads; an animation whose frames would take more than maxHeldBytes to hold as RGBA rows is refused
+// (OutOfLimits) at the frame that passes it, as a sprite of thousands of large frames would be.
+inline constexpr size_t MaxApngHeldBytes = size_t{1} << 30;
 class PngPixels;
 class ApngWriter {
 public:
-    ApngWriter(int32_t width, int32_t height, int32_t frameCount, int fps, int threads = 1);
+    ApngWriter(int32_t width, int32_t height, int32_t frameCount, int fps, int threads = 1,
+               size_t maxHeldBytes = MaxApngHeldBytes);
     ~ApngWriter();
     ApngWriter(const ApngWriter&) = delete;
     ApngWriter& operator=(const ApngWriter&) = delete;
@@ -39,6 +42,7 @@ public:
 private:
     int32_t width_, height_, frameCount_;
     int fps_, threads_;
+    size_t maxHeldBytes_;
     std::unique_ptr<PngPixels> pixels_;
 };
 

@@ -322,6 +322,10 @@ TEST(PngWriterTest, PicturesOfAnyNumberOfColoursReadBackAsDrawn) {
         EXPECT_EQ(colourType(apng), each == 80 ? 3 : 6);
         EXPECT_EQ(DecodeApngFrames(apng), (std::vector<Rgba>{RgbaOf(frames[0]), RgbaOf(frames[1]), RgbaOf(frames[2])}));
     }
+    // Frames are held until the end: more than the writer may hold are refused, not piled up.
+    ApngWriter small(40, 30, 3, 10, 1, 2 * (40 * 4 + 1) * 30);
+    EXPECT_TRUE(small.Add(draw(2)) && small.Add(draw(2)));
+    EXPECT_EQ(small.Add(draw(2)).Code, Fault::OutOfLimits);
 }
 
 // Sprites of random runs of every layer come back from every PNG the export writes as the frames drawn,
