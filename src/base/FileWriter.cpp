@@ -138,13 +138,15 @@ FileWriter::~FileWriter() {
 
 Outcome FileWriter::Fail(int error) {
     error_ = error;
-    return SystemFailure(error, path_);
+    if (policy_ == WritePolicy::Staged) return SystemFailure(error, path_);
+    // The window's words, which it lists after an entry that could not be extracted.
+    return Outcome::Failure(Fault::CannotWrite, (fd_ < 0 ? "cannot create " : "cannot write ") + path_, path_);
 }
 
 Outcome FileWriter::Open() {
     if (IsHeldOpenForReading(path_)) {
         error_ = EBUSY;
-        return Outcome::Failure(Fault::HeldOpen, "refusing to write over a file open for reading", path_);
+        return Outcome::Failure(Fault::HeldOpen, "refusing to write over " + path_ + ", which is open for reading", path_);
     }
     return policy_ == WritePolicy::InPlace ? OpenInPlace() : OpenStaged();
 }
@@ -186,9 +188,13 @@ Outcome FileWriter::Write(std::span<const uint8_t> bytes) {
 
 Outcome FileWriter::Finish() {
     if (fd_ < 0) return Fail(EBADF);
-    const int closed = ::close(fd_);
+    const int closed = ::close(fd_) == 0 ? 0 : errno;
+    if (closed != 0) {
+        const Outcome failed = Fail(closed);  // while fd_ still tells that the file was made
+        fd_ = -1;
+        return failed;
+    }
     fd_ = -1;
-    if (closed != 0) return Fail(errno);
     if (temporary_.empty()) return Outcome::Success();
     if (const int error = Replace(temporary_, target_, ledger_); error != 0) return Fail(error);
     temporary_.clear();

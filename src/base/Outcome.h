@@ -25,7 +25,7 @@ enum class Fault : uint8_t {
 struct [[nodiscard]] Outcome {
     Fault Code = Fault::None;
     std::string Detail;  // for people; nothing may depend on its words
-    std::string File;    // the file the failure concerns, when the detail speaks of one; Detail doesn't repeat it
+    std::string File;    // the file the failure concerns, when there is one; a caller that names it need not parse Detail
 
     bool Ok() const { return Code == Fault::None; }
     explicit operator bool() const { return Ok(); }

@@ -120,7 +120,8 @@ PaletteResult LoadPalette(std::istream& in, const std::string& FileName) {
         }
         const auto colour = ParseColour(item);
         if (!colour) {
-            return Outcome::Failure(Fault::Damaged, "colour " + std::to_string(index) + " is not three numbers from 0 to 32767", FileName);
+            return Outcome::Failure(Fault::Damaged, "colour " + std::to_string(index) + " of " + FileName + " is not three numbers from 0 to 32767",
+                                   FileName);
         }
         Palette[index] = *colour;
     }
