@@ -16,12 +16,6 @@
 
 namespace {
 
-// The folder of a path as the system takes it: "." for a bare name.
-std::string FolderOf(const std::string& path) {
-    const std::string folder = std::filesystem::path(path).parent_path().string();
-    return folder.empty() ? "." : folder;
-}
-
 // A name in folder that nothing stands under yet, for a file kept aside.
 std::string HiddenName(const std::string& folder, const char* what) {
     static std::atomic<unsigned> counter{0};
@@ -33,7 +27,7 @@ std::string HiddenName(const std::string& folder, const char* what) {
 // own the link. Staged writes resolve links themselves, so they keep the rule themselves.
 bool MayFollow(const std::string& path) {
     struct stat link {}, folder {};
-    if (::lstat(path.c_str(), &link) != 0 || ::stat(FolderOf(path).c_str(), &folder) != 0) return true;
+    if (::lstat(path.c_str(), &link) != 0 || ::stat(ContainingFolder(path).c_str(), &folder) != 0) return true;
     const bool shared = (folder.st_mode & S_ISVTX) != 0 && (folder.st_mode & S_IWOTH) != 0;
     return !shared || link.st_uid == ::geteuid() || link.st_uid == folder.st_uid;
 }
@@ -56,7 +50,7 @@ Outcome ResolveLinks(const std::string& path, std::string& target) {
         }
         const std::filesystem::path link = std::filesystem::read_symlink(target, error);
         if (error) return Outcome::Success();
-        target = link.is_absolute() ? link.string() : (std::filesystem::path(FolderOf(target)) / link).string();
+        target = link.is_absolute() ? link.string() : (std::filesystem::path(ContainingFolder(target)) / link).string();
     }
     return Outcome::Success();
 }
@@ -68,7 +62,7 @@ int Replace(const std::string& from, const std::string& target, WrittenFiles* le
     std::string aside;
     struct stat status {};
     if (::lstat(target.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
-        aside = HiddenName(FolderOf(target), "old");
+        aside = HiddenName(ContainingFolder(target), "old");
         if (::link(target.c_str(), aside.c_str()) != 0) {
             if (errno == EEXIST || ::rename(target.c_str(), aside.c_str()) != 0) return errno;  // never over a stranger's file
         }
@@ -97,6 +91,11 @@ int WriteAll(int fd, std::span<const uint8_t> bytes) {
         bytes = bytes.subspan(static_cast<size_t>(done));
     }
     return 0;
+}
+
+std::string ContainingFolder(const std::string& path) {
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
 }
 
 mode_t ProcessUmask() {
@@ -172,7 +171,7 @@ Outcome FileWriter::OpenStaged() {
         return fd_ < 0 ? Fail(errno) : Outcome::Success();
     }
     // A temporary name of a fixed length, so that any name the file system takes can be written.
-    std::string temporary = FolderOf(target_) + "/.brindle-XXXXXX";
+    std::string temporary = ContainingFolder(target_) + "/.brindle-XXXXXX";
     fd_ = ::mkstemp(temporary.data());
     if (fd_ < 0) return Fail(errno);
     temporary_ = std::move(temporary);

@@ -30,6 +30,9 @@ enum class WritePolicy { InPlace, Staged };
 // Who may read a new file: everyone the umask lets, or the user alone (0600: copies in the temporary folder).
 enum class FileAccess { Shared, Private };
 
+// The folder a file at path stands in, as the system takes it: "." for a bare name.
+std::string ContainingFolder(const std::string& path);
+
 // The process's umask, read once without changing it. The first call must come before any thread is
 // started (brindle-cli's main makes it); later calls only read what it found.
 mode_t ProcessUmask();

@@ -13,6 +13,7 @@
 #include "archive/DRSCode.h"
 #include "archive/UsefulCode.h"
 #include "base/Functions.h"
+#include "base/Threads.h"
 #include "cli/Commands.h"
 #include "cli/Inputs.h"
 #include "export/SLPExports.h"
@@ -119,38 +120,25 @@ std::vector<Job> PlanJobs(const ConvertOptions& options, const std::vector<ListR
 // Converts every job on the threads asked for, the archive read by one at a time; how many failed.
 int ConvertAll(const ConvertOptions& options, const std::vector<Job>& jobs, OpenedArchive& archive) {
     std::mutex archiveReads;
-    std::atomic<size_t> next{0};
     std::atomic<int> done{0}, failed{0};
-    auto work = [&] {
-        QuietHost quiet;
-        for (size_t at; (at = next++) < jobs.size();) {
-            const Job& job = jobs[at];
-            SLPFile sprite;
-            const std::string name = options.Source + " (ID " + std::to_string(DRSCatalogue[job.Row].ID) + ")";
-            sprite.Path = name;
-            Outcome read = Outcome::Success();
-            {
-                const std::lock_guard<std::mutex> lock(archiveReads);
-                read = ReadEntryBytes(archive.File(), DRSCatalogue[job.Row], sprite.Bytes);
-            }
-            bool ok = read.Ok();
-            if (!ok) Complain(options.Command, name, read.Detail);
-            else ok = ConvertOne(options, job, sprite, name, quiet);
-            failed += ok ? 0 : 1;
-            archive.Host().ShowProgress(++done, int(jobs.size()));
-        }
-    };
     const unsigned threads = std::max(1u, options.Jobs > 0 ? unsigned(options.Jobs) : std::thread::hardware_concurrency());
-    std::vector<std::thread> pool;
-    for (unsigned t = 1; t < std::min<size_t>(threads, std::max<size_t>(jobs.size(), 1)); ++t) {
-        try {
-            pool.emplace_back(work);
-        } catch (const std::system_error&) {
-            break;  // no more threads under the process limit: those we have do the work
+    RunOnThreads(jobs.size(), int(threads), [&](size_t at) {
+        QuietHost quiet;
+        const Job& job = jobs[at];
+        SLPFile sprite;
+        const std::string name = options.Source + " (ID " + std::to_string(DRSCatalogue[job.Row].ID) + ")";
+        sprite.Path = name;
+        Outcome read = Outcome::Success();
+        {
+            const std::lock_guard<std::mutex> lock(archiveReads);
+            read = ReadEntryBytes(archive.File(), DRSCatalogue[job.Row], sprite.Bytes);
         }
-    }
-    work();
-    for (std::thread& thread : pool) thread.join();
+        bool ok = read.Ok();
+        if (!ok) Complain(options.Command, name, read.Detail);
+        else ok = ConvertOne(options, job, sprite, name, quiet);
+        failed += ok ? 0 : 1;
+        archive.Host().ShowProgress(++done, int(jobs.size()));
+    });
     archive.Host().EndProgress();
     return failed;
 }

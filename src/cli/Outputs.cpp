@@ -17,12 +17,6 @@ namespace {
 
 std::string SystemReason(int error) { return std::strerror(error); }
 
-// The folder of a path as the system takes it: "." for a bare name.
-std::string FolderOf(const std::string& path) {
-    const std::string folder = std::filesystem::path(path).parent_path().string();
-    return folder.empty() ? "." : folder;
-}
-
 }  // namespace
 
 void Outputs::AddInput(const std::string& path) {
@@ -137,7 +131,7 @@ void RemoveLeftovers(const std::string& folder, const std::string& prefix) {
 }  // namespace
 
 StagingFolder::StagingFolder(const std::string& command, const std::string& besides) {
-    const std::string folder = FolderOf(besides), prefix = ".brindle-" + command + "-";
+    const std::string folder = ContainingFolder(besides), prefix = ".brindle-" + command + "-";
     RemoveLeftovers(folder, prefix);
     // Made and locked under a name that no run looks for, then renamed into view: another run never
     // finds it unlocked.

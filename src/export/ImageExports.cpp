@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "base/Functions.h"
+#include "base/Threads.h"
 #include "export/ImageFiles.h"
 
 namespace {

@@ -14,6 +14,8 @@
 #include <thread>
 #include <unordered_map>
 
+#include "base/Threads.h"
+
 namespace {
 
 void PutU32(std::vector<uint8_t>& out, uint32_t value) {
@@ -223,23 +225,6 @@ private:
     uint32_t keys_[SlotCount] = {};
     int16_t slots_[SlotCount];
 };
-
-void RunOnThreads(size_t count, int threads, const std::function<void(size_t)>& work) {
-    std::atomic<size_t> next{0};
-    auto take = [&] {
-        for (size_t i; (i = next++) < count;) work(i);
-    };
-    std::vector<std::thread> helpers;
-    for (size_t t = 1; t < std::min(size_t(std::max(threads, 1)), count); ++t) {
-        try {
-            helpers.emplace_back(take);
-        } catch (const std::system_error&) {
-            break;  // no more threads to be had: those there are do the work
-        }
-    }
-    take();
-    for (std::thread& helper : helpers) helper.join();
-}
 
 namespace {
 

@@ -17,8 +17,6 @@
 
 Outcome EncodePng(const RgbaPicture& picture, std::vector<uint8_t>& png);
 
-// Calls work(i) for each i from 0 to count - 1, on up to `threads` threads, the calling one among them.
-void RunOnThreads(size_t count, int threads, const std::function<void(size_t)>& work);
 
 // Frames of one size, shown fps times a second and looping forever. Each frame replaces the whole
 // canvas, alpha included, so none shows through to the one before it. A viewer that knows nothing of
