@@ -7,7 +7,7 @@
 #include "RecordingHost.h"
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
+    if (argc != 2 || argv[1][0] == '-') {  // an option is no file name, --help included
         std::fprintf(stderr, "usage: make-convert-archive OUT.drs\n");
         return 2;
     }
