@@ -239,16 +239,17 @@ TEST_F(ImageExportTest, SheetsHoldEveryFrameWhereTheirJsonSays) {
     for (const bool teams : {false, true}) {
         SCOPED_TRACE(teams);
         ImageExportOptions options{{}, 8};  // the first team's alone, unless asked
-        if (teams) options.AllPlayers = true;
+        if (teams) options.AllPlayers = options.SheetLayers = true;
         // Named for its JSON, the sheet still writes its picture as a PNG.
         const std::vector<NamedFile> files = Export(ImageFormat::Sheet, options, teams ? "out/walk.json" : "out/walk.png");
         EXPECT_EQ(std::tuple(files.at(0).Path, files.at(1).Path), std::tuple("out/walk.png", "out/walk.json"));
-        Rgba want{teams ? 6 : 4, teams ? 24 : 5, std::vector<uint32_t>(teams ? 6 * 24 : 4 * 5)};
+        Rgba want{teams ? 6 : 4, teams ? 24 : 5, std::vector<uint32_t>(teams ? 6 * 24 : 4 * 5)}, layers = want;
         json parsed = json::parse(files.at(1).Bytes);
         parsed["meta"].erase("version");
-        EXPECT_EQ(parsed["meta"], (json{{"app", "brindle"}, {"image", "walk.png"}, {"format", "RGBA8888"}, {"scale", "1"},
-                                        {"size", {{"w", want.Width}, {"h", want.Height}}}}));
-        EXPECT_EQ(std::tuple(files.size(), parsed["frames"].size()), std::tuple(2u, teams ? 16u : 2u));
+        json meta = {{"app", "brindle"}, {"image", "walk.png"}, {"format", "RGBA8888"}, {"size", {{"w", want.Width}, {"h", want.Height}}}, {"scale", "1"}};
+        if (teams) meta["layers"] = "walk.layers.png";
+        EXPECT_EQ(parsed["meta"], meta);
+        EXPECT_EQ(std::tuple(files.size(), parsed["frames"].size()), std::tuple(teams ? 3u : 2u, teams ? 16u : 2u));
         // Both frames' hot spots stand at (1, 40) of the 33 x 41 canvas.
         const json pivot = {{"x", 1.0 / 33}, {"y", 40.0 / 41}};
         for (int cell = 0; cell < (teams ? 16 : 2); ++cell) {
@@ -261,8 +262,18 @@ TEST_F(ImageExportTest, SheetsHoldEveryFrameWhereTheirJsonSays) {
                             {"sourceSize", {{"w", 33}, {"h", 41}}}, {"pivot", pivot}, {"anchor", pivot}, {"duration", 125},
                             {"hotspot", {{"x", i ? -30 : 1}, {"y", i ? 40 : 1}}}}));
             Place(want, Expected(i ? two : one, {128, false, player}), x, y);
+            Rgba codes{w, h, {}};  // the colours of the mask surface, by layer
+            for (const ArtPixel& p : (i ? two : one).Pixels) {
+                const uint32_t byKind[] = {Pixel(255, 0, 255, 255), Pixel(255, 255, 255, 255), Pixel(0, 255, 0, 255),
+                                           Pixel(255, 0, 0, 255),   Pixel(0, 0, 255, 255),     Pixel(255, 255, 0, 255)};
+                codes.Pixels.push_back(byKind[size_t(p.Kind)]);
+            }
+            Place(layers, codes, x, y);
         }
         EXPECT_EQ(DecodePng(files[0].Bytes), want);
+        if (teams) {
+            EXPECT_EQ(std::tuple(files[2].Path, DecodePng(files[2].Bytes)), std::tuple("out/walk.layers.png", layers));
+        }
     }
 }
 
