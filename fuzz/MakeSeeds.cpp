@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "export/ImageExports.h"
 #include "RecordingHost.h"
 #include "Writers.h"
 
@@ -76,6 +77,24 @@ int main(int argc, char** argv) {
                       "-2147483648@3@2@1@low\r\n2147483647@0@0@0@high\r\n"));
         Write(out / "Descriptions", "odd.dsc",
               BytesOf("12@1@2\n\n 12abc@7@-1@ 3x@a@b\n4294967308@1@1@1@wraps\r\n100@1@1@1@\x80\x81\r\r\nx@0@0@0@last"));
+        // A sheet with its layers, parted as the target parts it (an odd first byte), and its picture
+        // alone as a PNG file (an even one).
+        QuietHost quiet;
+        std::vector<NamedFile> sheet;
+        std::vector<std::string> notes;
+        ImageExportOptions options;
+        options.SheetLayers = true;
+        if (!ExportImages({"s.slp", Sprite(3, 10)}, ImageFormat::Sheet, options, "s", sheet, notes, quiet)) return 1;
+        const Bytes parting = BytesOf("\n#####\n");
+        Bytes parts{1};
+        for (size_t i : {size_t(1), size_t(0), size_t(2)}) {  // JSON, picture, layers
+            if (i != 1) parts.insert(parts.end(), parting.begin(), parting.end());
+            parts.insert(parts.end(), sheet[i].Bytes.begin(), sheet[i].Bytes.end());
+        }
+        Write(out / "Picture", "sheet-with-layers", parts);
+        Bytes png{2};
+        png.insert(png.end(), sheet[0].Bytes.begin(), sheet[0].Bytes.end());
+        Write(out / "Picture", "sheet-picture.png", png);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "make-fuzz-seeds: %s\n", e.what());
         return 1;

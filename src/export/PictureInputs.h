@@ -37,8 +37,8 @@ struct PictureReport {
     int64_t Inexact = 0;
 };
 
-// The most pixels all frames of one input may hold together.
-inline constexpr int64_t MaxInputPixels = int64_t{1} << 27;
+// The most pixels all frames of one input may hold together: those of the largest sheet read.
+inline constexpr int64_t MaxInputPixels = int64_t{1} << 26;
 
 // The frames of the sheet whose JSON is at jsonPath, its PNG (and layers PNG) beside it as the JSON's
 // "meta" names them. Frames go in the JSON's order; of a sheet of every team (names "..._p2_001"),
