@@ -418,8 +418,10 @@ bool LayerOfCode(uint32_t code, PixelLayer& layer) {
 
 Outcome PixelsFromSurfaces(const cDIBSection& image, const cDIBSection& mask, const ColourLookup& palette, int32_t player,
                            FramePixels& pixels) {
-    const int32_t width = mask.IsCreated() ? mask.Width() : 0, height = mask.IsCreated() ? mask.Height() : 0;
-    if ((image.IsCreated() ? image.Width() : 0) != width || (image.IsCreated() ? image.Height() : 0) != height) {
+    // A surface of a width or height of 0 keeps its size without holding pixels.
+    const int32_t width = std::max(mask.Width(), 0), height = std::max(mask.Height(), 0);
+    const bool same = std::max(image.Width(), 0) == width && std::max(image.Height(), 0) == height;
+    if (!same || (int64_t{width} * height > 0 && !(mask.IsCreated() && image.IsCreated()))) {
         return Outcome::Failure(Fault::Damaged, "the colours are " + std::to_string(image.Width()) + " x " + std::to_string(image.Height()) +
                                                     " pixels and the layers " + std::to_string(width) + " x " + std::to_string(height));
     }
