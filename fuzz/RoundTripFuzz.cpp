@@ -34,7 +34,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::vector<std::vector<uint8_t>> images, masks;
     int64_t total = 0;
     for (const SLPFrameInfo& frame : frames) {
-        if (frame.Width < 0 || frame.Height < 0 || (total += int64_t{frame.Width} * frame.Height) > MostPixels) continue;
+        const int64_t frameTotal = int64_t{frame.Width} * frame.Height;
+        if (frame.Width < 0 || frame.Height < 0 || frameTotal > MostPixels - total) continue;
+        total += frameTotal;
         cDIBSection image, mask;
         (void)DecodeSLPFrame(file, frame, image, mask, false, host, DecodedColours);
         if (mask.Width() != frame.Width || mask.Height() != frame.Height) continue;  // larger than Brindle draws

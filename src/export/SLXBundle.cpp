@@ -29,8 +29,9 @@ bool IsFileNameAlone(std::string_view name) {
 }
 
 std::string Quoted(std::string_view text) {
-    if (text.size() > 40) return "\"" + std::string(text.substr(0, 40)) + "...\"";
-    return "\"" + std::string(text) + "\"";
+    std::string quoted = "\"";
+    quoted.append(text.substr(0, 40)).append(text.size() > 40 ? "...\"" : "\"");
+    return quoted;
 }
 
 }  // namespace
