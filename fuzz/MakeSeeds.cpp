@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "colour/Palettes.h"
 #include "export/ImageExports.h"
 #include "RecordingHost.h"
 #include "Writers.h"
@@ -19,6 +20,18 @@ Bytes Sprite(int32_t frames, int32_t size) {
     std::vector<FrameFixture> encoded;
     for (int32_t f = 0; f < frames; ++f) encoded.push_back(EncodeFrame(RandomArt(size + f, size - f / 2, uint32_t(f)), f - 2, 3 - f));
     return WriteSprite(encoded);
+}
+
+// The SLX bundle target's input: the lengths of the text and the layer bitmap, then the text and the
+// two bitmaps of a real frame.
+Bytes BundleInput(const Bytes& sprite) {
+    const std::vector<DecodedFrame> frames = DecodeFrames(sprite);
+    const Bytes text = BytesOf("SLX 0.5\r\n1\r\n3,-4\r\nwalk1d.bmp\r\nwalk1c.bmp\r\n");
+    Bytes input(8);
+    PutI32(input, 0, int32_t(text.size()));
+    PutI32(input, 4, int32_t(frames.at(0).Mask.size()));
+    for (const Bytes* part : {&text, &frames[0].Mask, &frames[0].Image}) input.insert(input.end(), part->begin(), part->end());
+    return input;
 }
 
 void Write(const fs::path& folder, const std::string& name, const Bytes& bytes) {
@@ -50,6 +63,11 @@ int main(int argc, char** argv) {
         Bytes empties(60000, 0x00);
         empties.push_back(0x0F);
         Write(out / "Sprite", "tall-shared-stream.slp", WriteSharedStreamSprite(64, 8192, -32767, empties));
+        (void)LoadPalette("");
+        Write(out / "RoundTrip", "random.slp", RandomSprite(3));
+        Write(out / "RoundTrip", "walker.slp", Sprite(5, 12));
+        Write(out / "SLXBundle", "walk.bundle", BundleInput(RandomSprite(5)));
+        Write(out / "SLXBundle", "small.bundle", BundleInput(Sprite(1, 6)));
         Write(out / "Palette", "grey.pal", BytesOf(WriteJascPal(grey)));
         Write(out / "Palette", "short.pal", BytesOf(WriteJascPal(std::vector<uint32_t>(16, 0x102030), "0100", "16")));
         // The other formats; the target names a file ".act" when its first byte is odd.

@@ -78,6 +78,7 @@ void AddArchiveCommands(CLI::App& app, CommandTable& table);  // list, extract, 
 void AddSpriteCommands(CLI::App& app, CommandTable& table);   // info, frame, sequence, slx
 void AddExportCommand(CLI::App& app, CommandTable& table);    // export
 void AddConvertCommand(CLI::App& app, CommandTable& table);   // convert
+void AddEncodeCommand(CLI::App& app, CommandTable& table);    // encode
 void AddThumbnailCommand(CLI::App& app, CommandTable& table); // thumbnail
 void AddPaletteCommand(CLI::App& app, CommandTable& table);   // palette
 

@@ -48,6 +48,25 @@ size_t RunEnd(const uint8_t* a, size_t i, size_t n) {
     return j;
 }
 
+// The first k from i on with a[k] == a[k + 1], or n when there is none before n: eight pairs at a time,
+// where a byte of a XOR a shifted by one is 0.
+size_t NextPair(const uint8_t* a, size_t i, size_t n) {
+    constexpr uint64_t Ones = 0x0101010101010101ull, Highs = 0x8080808080808080ull;
+    if constexpr (std::endian::native == std::endian::little) {
+        for (; i + 9 <= n; i += 8) {
+            uint64_t word, next;
+            std::memcpy(&word, a + i, 8);
+            std::memcpy(&next, a + i + 1, 8);
+            const uint64_t differ = word ^ next;
+            // The lowest zero byte is told exactly; those above it may be false, and are not looked at.
+            if (const uint64_t zero = (differ - Ones) & ~differ & Highs) return i + static_cast<size_t>(std::countr_zero(zero) / 8);
+        }
+    }
+    for (; i + 1 < n; ++i)
+        if (a[i] == a[i + 1]) return i;
+    return n;
+}
+
 const uint8_t* LayerBytes(const PixelLayer* layers) { return reinterpret_cast<const uint8_t*>(layers); }
 
 // The command stream of one row is written through this; the caller has made room for it (at most
@@ -156,6 +175,13 @@ void EncodeIndexed(Stream& out, const uint8_t* bytes, size_t from, size_t to, bo
     size_t listFrom = from;  // the list not yet written runs from here to i
     size_t i = from, j = RunEnd(bytes, from, to);
     while (i < to) {
+        // Two or more single pixels in a row all go in the list, whatever stands around them.
+        if (j == i + 1 && j + 1 < to && bytes[j] != bytes[j + 1]) {
+            i = NextPair(bytes, i, to);
+            if (i == to) break;
+            j = RunEnd(bytes, i, to);
+            continue;
+        }
         const size_t next = j < to ? RunEnd(bytes, j, to) : to;
         const auto run = static_cast<uint32_t>(j - i);
         const bool listBefore = listFrom < i;
@@ -418,8 +444,10 @@ bool LayerOfCode(uint32_t code, PixelLayer& layer) {
 
 Outcome PixelsFromSurfaces(const cDIBSection& image, const cDIBSection& mask, const ColourLookup& palette, int32_t player,
                            FramePixels& pixels) {
-    const int32_t width = mask.IsCreated() ? mask.Width() : 0, height = mask.IsCreated() ? mask.Height() : 0;
-    if ((image.IsCreated() ? image.Width() : 0) != width || (image.IsCreated() ? image.Height() : 0) != height) {
+    // A surface of a width or height of 0 keeps its size without holding pixels.
+    const int32_t width = std::max(mask.Width(), 0), height = std::max(mask.Height(), 0);
+    const bool same = std::max(image.Width(), 0) == width && std::max(image.Height(), 0) == height;
+    if (!same || (int64_t{width} * height > 0 && !(mask.IsCreated() && image.IsCreated()))) {
         return Outcome::Failure(Fault::Damaged, "the colours are " + std::to_string(image.Width()) + " x " + std::to_string(image.Height()) +
                                                     " pixels and the layers " + std::to_string(width) + " x " + std::to_string(height));
     }
