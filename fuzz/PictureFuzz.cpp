@@ -63,6 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     };
     write("s.png", png);
     write("s.layers.png", layers);
-    if (FramesFromSheet(write("s.json", json), rules, frames, report)) Encode(frames);
+    const auto* text = reinterpret_cast<const uint8_t*>(json.data());
+    if (FramesFromSheet(std::span(text, json.size()), fuzzing::ScratchFolder(), rules, frames, report)) Encode(frames);
     return 0;
 }

@@ -10,6 +10,8 @@
 enum class EncodeInputKind {
     Unknown,    // none that encode reads
     SLXBundle,  // the text of an SLX bundle: first line "SLX 0.5" (export/SLXBundle.h)
+    Sheet,      // a sprite sheet's JSON: '{' first (export/PictureInputs.h)
+    Picture,    // a PNG file: its signature (export/PictureInputs.h)
 };
 
 // The most of an input encode reads into memory; an SLX bundle's bitmaps are read one by one beside it.
@@ -19,4 +21,6 @@ inline constexpr size_t MaxEncodeInputBytes = size_t{64} << 20;
 EncodeInputKind TellEncodeInput(std::span<const uint8_t> head);
 
 // The kinds encode reads, in one line, for the refusal of any other.
-inline constexpr std::string_view EncodeInputKinds = "SLX bundles (the .slx text that brindle-cli slx writes, its bitmaps beside it)";
+inline constexpr std::string_view EncodeInputKinds =
+    "SLX bundles (the .slx text that brindle-cli slx writes, its bitmaps beside it), sprite sheets (the .json that "
+    "export --format sheet writes, its pictures beside it) and PNG files";

@@ -12,8 +12,6 @@
 
 namespace {
 
-// The largest sheet JSON read: a sheet of the most frames a sprite holds takes a few MiB.
-constexpr size_t MaxSheetJsonBytes = size_t{64} << 20;
 // A PNG file read whole: the largest picture read, stored, fits in this.
 constexpr size_t MaxPngFileBytes = size_t{512} << 20;
 
@@ -116,7 +114,8 @@ void ByRules(const uint8_t* p, const PictureRules& rules, Colours& colours, Pixe
     if (!exact && alpha == 255) ++report.Inexact;
 }
 
-Outcome ReadPngFile(const std::string& path, RgbaPicture& picture) {
+Outcome ReadPngFile(const std::string& path, RgbaPicture& picture, PictureReport& report) {
+    report.Files.push_back(path);
     std::vector<uint8_t> bytes;
     if (Outcome read = ReadWholeFile(path, MaxPngFileBytes, bytes); !read) return read;
     Outcome decoded = ReadPng(bytes, picture);
@@ -237,30 +236,33 @@ Outcome PixelsFromPicture(const RgbaPicture& picture, const RgbaPicture* layers,
     return Outcome::Success();
 }
 
-Outcome FramesFromSheet(const std::string& jsonPath, const PictureRules& rules, std::vector<FramePixels>& frames,
-                        PictureReport& report) {
+bool IsSheetJson(std::span<const uint8_t> text) {
+    const auto first = std::find_if(text.begin(), text.end(), [](uint8_t c) { return c != ' ' && c != '\t' && c != '\r' && c != '\n'; });
+    return first != text.end() && *first == '{';
+}
+
+Outcome FramesFromSheet(std::span<const uint8_t> text, const std::string& folder, const PictureRules& rules,
+                        std::vector<FramePixels>& frames, PictureReport& report) {
     frames.clear();
-    std::vector<uint8_t> text;
-    if (Outcome read = ReadWholeFile(jsonPath, MaxSheetJsonBytes, text); !read) return read;
+    if (text.size() > MaxSheetJsonBytes) return Outcome::Failure(Fault::OutOfLimits, "is larger than the JSON of any sheet");
     const nlohmann::ordered_json json = nlohmann::ordered_json::parse(text.begin(), text.end(), nullptr, false);
     const auto meta = json.is_object() ? json.find("meta") : json.end();
     const auto list = json.is_object() ? json.find("frames") : json.end();
     if (json.is_discarded() || meta == json.end() || !meta->is_object() || list == json.end()) {
-        return Refused(Fault::NotThisKind, jsonPath, "is not the JSON of a sprite sheet (no \"frames\" and \"meta\")");
+        return Outcome::Failure(Fault::NotThisKind, "is not the JSON of a sprite sheet (no \"frames\" and \"meta\")");
     }
-    const std::string folder = FolderOfPath(jsonPath);
     std::string imagePath, layersPath;
     if (!BesideName(*meta, "image", folder, imagePath)) {
-        return Refused(Fault::Damaged, jsonPath, "names no sheet picture beside it in \"meta\" \"image\"");
+        return Outcome::Failure(Fault::Damaged, "names no sheet picture beside it in \"meta\" \"image\"");
     }
     const bool withLayers = meta->contains("layers");
     if (withLayers && !BesideName(*meta, "layers", folder, layersPath)) {
-        return Refused(Fault::Damaged, jsonPath, "names no layers picture beside it in \"meta\" \"layers\"");
+        return Outcome::Failure(Fault::Damaged, "names no layers picture beside it in \"meta\" \"layers\"");
     }
     RgbaPicture sheet, layers;
-    if (Outcome read = ReadPngFile(imagePath, sheet); !read) return read;
+    if (Outcome read = ReadPngFile(imagePath, sheet, report); !read) return read;
     if (withLayers) {
-        if (Outcome read = ReadPngFile(layersPath, layers); !read) return read;
+        if (Outcome read = ReadPngFile(layersPath, layers, report); !read) return read;
         if (layers.Width != sheet.Width || layers.Height != sheet.Height) {
             return Refused(Fault::Damaged, layersPath, "is not the size of the sheet " + FileOfPath(imagePath));
         }
@@ -275,11 +277,11 @@ Outcome FramesFromSheet(const std::string& jsonPath, const PictureRules& rules, 
         const nlohmann::ordered_json rect = entry->is_object() && entry->contains("frame") ? (*entry)["frame"] : nlohmann::ordered_json();
         int64_t x = 0, y = 0, w = 0, h = 0;
         if (!NumberOf(rect, "x", x) || !NumberOf(rect, "y", y) || !NumberOf(rect, "w", w) || !NumberOf(rect, "h", h) || x < 0 || y < 0 || w < 0 || h < 0 || x + w > sheet.Width || y + h > sheet.Height) {
-            return Refused(Fault::Damaged, jsonPath, which + " has no \"frame\" rectangle within the sheet");
+            return Outcome::Failure(Fault::Damaged, which + " has no \"frame\" rectangle within the sheet");
         }
-        if (entry->contains("rotated") && (*entry)["rotated"] == true) return Refused(Fault::Damaged, jsonPath, which + " is rotated, which encode doesn't read");
+        if (entry->contains("rotated") && (*entry)["rotated"] == true) return Outcome::Failure(Fault::Damaged, which + " is rotated, which encode doesn't read");
         if ((pixels += w * h) > MaxInputPixels) {
-            return Refused(Fault::OutOfLimits, jsonPath, "its frames hold more than " + std::to_string(MaxInputPixels) + " pixels");
+            return Outcome::Failure(Fault::OutOfLimits, "its frames hold more than " + std::to_string(MaxInputPixels) + " pixels");
         }
         FramePixels& frame = frames.emplace_back();
         if (Outcome drawn = PixelsFromPicture(sheet, withLayers ? &layers : nullptr, int32_t(x), int32_t(y), int32_t(w), int32_t(h), rules,
@@ -289,7 +291,30 @@ Outcome FramesFromSheet(const std::string& jsonPath, const PictureRules& rules, 
         }
         HotspotOf(*entry, frame.HotspotX, frame.HotspotY);
     }
-    if (frames.empty()) return Refused(Fault::Damaged, jsonPath, teams ? "has no frames of player " + std::to_string(rules.Player) : "has no frames");
+    if (frames.empty()) return Outcome::Failure(Fault::Damaged, teams ? "has no frames of player " + std::to_string(rules.Player) : "has no frames");
+    return Outcome::Success();
+}
+
+Outcome FrameFromPng(std::span<const uint8_t> png, int32_t hotspotX, int32_t hotspotY, const PictureRules& rules,
+                     FramePixels& frame, PictureReport& report) {
+    RgbaPicture picture;
+    if (Outcome read = ReadPng(png, picture); !read) return read;
+    FramePixels whole;
+    if (Outcome drawn = PixelsFromPicture(picture, nullptr, 0, 0, picture.Width, picture.Height, rules, whole, report); !drawn) return drawn;
+    int32_t left = picture.Width, right = -1, top = picture.Height, bottom = -1;
+    for (int32_t y = 0; y < picture.Height; ++y) {
+        for (int32_t x = 0; x < picture.Width; ++x) {
+            if (whole.Layers[size_t(y) * size_t(picture.Width) + size_t(x)] == PixelLayer::Transparent) continue;
+            left = std::min(left, x), right = std::max(right, x), top = std::min(top, y), bottom = y;
+        }
+    }
+    if (right < 0) left = top = right = bottom = 0;
+    frame = {right - left + 1, bottom - top + 1, hotspotX - left, hotspotY - top, {}, {}};
+    for (int32_t y = top; y <= bottom; ++y) {
+        const auto from = ptrdiff_t(y) * picture.Width + left;
+        frame.Layers.insert(frame.Layers.end(), whole.Layers.begin() + from, whole.Layers.begin() + from + frame.Width);
+        frame.Bytes.insert(frame.Bytes.end(), whole.Bytes.begin() + from, whole.Bytes.begin() + from + frame.Width);
+    }
     return Outcome::Success();
 }
 
@@ -298,31 +323,13 @@ Outcome FramesFromPictures(const std::vector<std::string>& paths, int32_t hotspo
     frames.clear();
     int64_t pixels = 0;
     for (const std::string& path : paths) {
-        RgbaPicture picture;
-        if (Outcome read = ReadPngFile(path, picture); !read) return read;
-        if ((pixels += int64_t{picture.Width} * picture.Height) > MaxInputPixels) {
-            return Refused(Fault::OutOfLimits, path, "the pictures hold more than " + std::to_string(MaxInputPixels) + " pixels together");
-        }
-        FramePixels whole;
-        if (Outcome drawn = PixelsFromPicture(picture, nullptr, 0, 0, picture.Width, picture.Height, rules, whole, report); !drawn) {
-            return Refused(drawn.Code, path, drawn.Detail);
-        }
-        // The box of the pixels that are not transparent; a picture of none keeps one transparent pixel.
-        int32_t left = picture.Width, right = -1, top = picture.Height, bottom = -1;
-        for (int32_t y = 0; y < picture.Height; ++y) {
-            for (int32_t x = 0; x < picture.Width; ++x) {
-                if (whole.Layers[size_t(y) * size_t(picture.Width) + size_t(x)] == PixelLayer::Transparent) continue;
-                left = std::min(left, x), right = std::max(right, x), top = std::min(top, y), bottom = y;
-            }
-        }
-        if (right < 0) left = top = right = bottom = 0;
+        report.Files.push_back(path);
+        std::vector<uint8_t> bytes;
+        if (Outcome read = ReadWholeFile(path, MaxPngFileBytes, bytes); !read) return read;
         FramePixels& frame = frames.emplace_back();
-        frame.Width = right - left + 1, frame.Height = bottom - top + 1;
-        frame.HotspotX = hotspotX - left, frame.HotspotY = hotspotY - top;
-        for (int32_t y = top; y <= bottom; ++y) {
-            const size_t from = size_t(y) * size_t(picture.Width) + size_t(left);
-            frame.Layers.insert(frame.Layers.end(), whole.Layers.begin() + long(from), whole.Layers.begin() + long(from) + frame.Width);
-            frame.Bytes.insert(frame.Bytes.end(), whole.Bytes.begin() + long(from), whole.Bytes.begin() + long(from) + frame.Width);
+        if (Outcome made = FrameFromPng(bytes, hotspotX, hotspotY, rules, frame, report); !made) return Refused(made.Code, path, made.Detail);
+        if ((pixels += int64_t{frame.Width} * frame.Height) > MaxInputPixels) {
+            return Refused(Fault::OutOfLimits, path, "the pictures hold more than " + std::to_string(MaxInputPixels) + " pixels together");
         }
     }
     return Outcome::Success();

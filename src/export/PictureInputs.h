@@ -18,7 +18,9 @@
 // are counted as not exact.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -32,22 +34,37 @@ struct PictureRules {
     bool Outlines = false;
 };
 
-// Pixels placed in a layer other than their own colour says, or drawn in the nearest colour.
+// What reading pictures found beside the frames: the pixels placed in a layer other than their own
+// colour says, or drawn in the nearest colour; and the picture files read, which a caller must not
+// write over.
 struct PictureReport {
     int64_t Inexact = 0;
+    std::vector<std::string> Files;
 };
 
 // The most pixels all frames of one input may hold together: those of the largest sheet read.
 inline constexpr int64_t MaxInputPixels = int64_t{1} << 26;
 
-// The frames of the sheet whose JSON is at jsonPath, its PNG (and layers PNG) beside it as the JSON's
-// "meta" names them. Frames go in the JSON's order; of a sheet of every team (names "..._p2_001"),
-// those of rules.Player. A frame's hot spot is its "hotspot", or else where its pivot falls.
-Outcome FramesFromSheet(const std::string& jsonPath, const PictureRules& rules, std::vector<FramePixels>& frames,
-                        PictureReport& report);
+// The largest sheet JSON read: a sheet of the most frames a sprite holds takes a few MiB.
+inline constexpr size_t MaxSheetJsonBytes = size_t{64} << 20;
 
-// One frame a PNG file, in the order given, each trimmed to the box of its pixels that are not
-// transparent; the hot spot (x, y) on each file's canvas moves with the trim.
+// Whether text is a sheet's JSON: an object holding "frames" and "meta". Its first character is '{'
+// after any white space, which tells it from the other inputs of the encoder.
+bool IsSheetJson(std::span<const uint8_t> text);
+
+// The frames of the sheet whose JSON is `json`, its PNG (and layers PNG) in folder (ending in '/', or
+// empty for the current one) under the plain file names the JSON's "meta" gives. Frames go in the
+// JSON's order; of a sheet of every team (names "..._p2_001"), those of rules.Player. A frame's hot
+// spot is its "hotspot", or else where its pivot falls. A refusal of a picture names it in File.
+Outcome FramesFromSheet(std::span<const uint8_t> json, const std::string& folder, const PictureRules& rules,
+                        std::vector<FramePixels>& frames, PictureReport& report);
+
+// One frame from a PNG file, trimmed to the box of its pixels that are not transparent; the hot spot
+// (x, y) on the file's canvas moves with the trim. A picture of nothing keeps one transparent pixel.
+Outcome FrameFromPng(std::span<const uint8_t> png, int32_t hotspotX, int32_t hotspotY, const PictureRules& rules,
+                     FramePixels& frame, PictureReport& report);
+
+// One frame a PNG file, in the order given, as FrameFromPng makes them.
 Outcome FramesFromPictures(const std::vector<std::string>& paths, int32_t hotspotX, int32_t hotspotY, const PictureRules& rules,
                            std::vector<FramePixels>& frames, PictureReport& report);
 

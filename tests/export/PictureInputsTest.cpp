@@ -6,6 +6,8 @@
 
 #include <cstring>
 
+#include "base/Files.h"
+#include "base/Functions.h"
 #include "colour/Palettes.h"
 #include "export/ImageExports.h"
 #include "export/ImageFiles.h"
@@ -42,6 +44,13 @@ Decoded DecodeAll(const Bytes& bytes) {
 PictureRules Rules(int32_t player = 1, bool outlines = false) {
     EXPECT_TRUE(LoadPalette(""));
     return {Palette, player, outlines};
+}
+
+// The sheet whose JSON is at path, as encode reads it.
+Outcome Sheet(const std::string& path, const PictureRules& rules, std::vector<FramePixels>& frames, PictureReport& report) {
+    std::vector<uint8_t> json;
+    EXPECT_TRUE(ReadWholeFile(path, MaxSheetJsonBytes, json));
+    return FramesFromSheet(json, FolderOfPath(path), rules, frames, report);
 }
 
 void WriteFiles(const std::vector<NamedFile>& files) {
@@ -92,7 +101,7 @@ TEST(PictureInputs, ASheetWithItsLayersEncodesBackToTheSameFrames) {
 
         std::vector<FramePixels> read;
         PictureReport report;
-        const Outcome outcome = FramesFromSheet(dir / "walk.json", {rules.Palette, player, false}, read, report);
+        const Outcome outcome = Sheet(dir / "walk.json", {rules.Palette, player, false}, read, report);
         ASSERT_TRUE(outcome) << outcome.Detail;
         Bytes encoded;
         ASSERT_TRUE(EncodeSLP(read, encoded));
@@ -210,7 +219,7 @@ TEST(PictureInputs, WhatASheetCannotHoldIsRefused) {
         WriteFileBytes(dir / "s.json", Bytes(c.Json.begin(), c.Json.end()));
         std::vector<FramePixels> frames;
         PictureReport report;
-        const Outcome outcome = FramesFromSheet(dir / "s.json", Rules(), frames, report);
+        const Outcome outcome = Sheet(dir / "s.json", Rules(), frames, report);
         EXPECT_EQ(outcome.Code, c.Code);
         EXPECT_TRUE(outcome.Detail.starts_with(c.Detail)) << outcome.Detail;
     }
