@@ -207,6 +207,9 @@ Outcome PixelsFromPicture(const RgbaPicture& picture, const RgbaPicture* layers,
     frame.Layers.assign(size_t(width) * size_t(height), PixelLayer::Transparent);
     frame.Bytes.assign(frame.Layers.size(), 0);
     Colours colours(rules);
+    // Pixels come in runs: one alike the pixel before it takes that one's layer and byte.
+    uint64_t last = UINT64_MAX;
+    int64_t lastInexact = 0;
     for (int32_t row = 0; row < height; ++row) {
         const uint8_t* p = picture.Row(y + row) + 4 * size_t(x);
         const uint8_t* code = layers ? layers->Row(y + row) + 4 * size_t(x) : nullptr;
@@ -214,23 +217,32 @@ Outcome PixelsFromPicture(const RgbaPicture& picture, const RgbaPicture* layers,
             const size_t at = size_t(row) * size_t(width) + size_t(column);
             PixelLayer& layer = frame.Layers[at];
             uint8_t& byte = frame.Bytes[at];
-            if (!code) {
-                ByRules(p, rules, colours, layer, byte, report);
+            const uint32_t codeColour = code ? ColourOf(code + 4 * size_t(column)) : 0;
+            const uint64_t pixel = uint64_t{codeColour} << 32 | (ColourOf(p) | uint32_t{p[3]} << 24);
+            if (pixel == last) {
+                layer = frame.Layers[at - 1], byte = frame.Bytes[at - 1];  // at - 1: the run goes on within the frame
+                report.Inexact += lastInexact;
                 continue;
             }
-            bool known = false;
-            layer = LayerOfCode(ColourOf(code + 4 * size_t(column)), known);
-            if (!known) {
-                return Outcome::Failure(Fault::Damaged, "the layers picture's pixel (" + std::to_string(x + column) + ", " +
-                                                            std::to_string(y + row) + ") is the colour of no layer");
+            const int64_t inexact = report.Inexact;
+            if (!code) {
+                ByRules(p, rules, colours, layer, byte, report);
+            } else {
+                bool known = false;
+                layer = LayerOfCode(codeColour, known);
+                if (!known) {
+                    return Outcome::Failure(Fault::Damaged, "the layers picture's pixel (" + std::to_string(x + column) + ", " +
+                                                                std::to_string(y + row) + ") is the colour of no layer");
+                }
+                bool exact = true;
+                if (layer == PixelLayer::Colour) byte = colours.IndexOf(ColourOf(p), 0, exact);
+                if (layer == PixelLayer::Player) {
+                    const int32_t band = 16 * rules.Player;
+                    byte = uint8_t(colours.IndexOf(ColourOf(p), band, exact) - band);
+                }
+                if (!exact) ++report.Inexact;
             }
-            bool exact = true;
-            if (layer == PixelLayer::Colour) byte = colours.IndexOf(ColourOf(p), 0, exact);
-            if (layer == PixelLayer::Player) {
-                const int32_t band = 16 * rules.Player;
-                byte = uint8_t(colours.IndexOf(ColourOf(p), band, exact) - band);
-            }
-            if (!exact) ++report.Inexact;
+            last = pixel, lastInexact = report.Inexact - inexact;
         }
     }
     return Outcome::Success();
