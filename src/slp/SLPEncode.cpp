@@ -233,11 +233,10 @@ RowResult EncodeRow(const PixelLayer* layers, const uint8_t* bytes, size_t width
             case PixelLayer::Transparent: out.Skip(n); break;
             case PixelLayer::Colour: EncodeIndexed(out, bytes, i, j, false); break;
             case PixelLayer::Player:
-                if (*std::max_element(bytes + i, bytes + j) > LastPlayerByte) {
+                if (const uint8_t* high = std::find_if(bytes + i, bytes + j, [](uint8_t b) { return b > LastPlayerByte; });
+                    high != bytes + j) {
                     row.Problem = "a player byte above 239 lies past the palette";
-                    row.ProblemColumn = i + static_cast<size_t>(std::find_if(bytes + i, bytes + j, [](uint8_t b) {
-                                                                   return b > LastPlayerByte;
-                                                               }) - (bytes + i));
+                    row.ProblemColumn = static_cast<size_t>(high - bytes);
                     return row;
                 }
                 EncodeIndexed(out, bytes, i, j, true);
