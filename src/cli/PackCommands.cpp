@@ -111,6 +111,8 @@ std::string EntryName(const EntryDifference& difference) {
            (difference.Copy > 1 ? "-" + std::to_string(difference.Copy) : "");
 }
 
+std::string ByteCount(int64_t bytes) { return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes"); }
+
 std::string FrameList(const std::vector<int32_t>& frames) {
     std::string text;
     for (int32_t frame : frames) text += (text.empty() ? "" : ", ") + std::to_string(frame);
@@ -120,7 +122,7 @@ std::string FrameList(const std::vector<int32_t>& frames) {
 // "+ SLP 1003 2114 bytes", "- WAV 5000", "~ SLP 1001: frames 3, 5 of 8 differ".
 std::string DifferenceLine(const EntryDifference& d) {
     using Change = EntryDifference::Change;
-    if (d.What == Change::Added) return "+ " + EntryName(d) + " " + std::to_string(d.NewSize) + " bytes\n";
+    if (d.What == Change::Added) return "+ " + EntryName(d) + " " + ByteCount(d.NewSize) + "\n";
     if (d.What == Change::Removed) return "- " + EntryName(d) + "\n";
     std::string how;
     if (d.ByFrames && d.OldFrames != d.NewFrames) {
@@ -129,7 +131,7 @@ std::string DifferenceLine(const EntryDifference& d) {
         how = (d.Frames.size() == 1 ? "frame " : "frames ") + FrameList(d.Frames) + " of " + std::to_string(d.OldFrames) +
               (d.Frames.size() == 1 ? " differs" : " differ");
     } else {
-        how = d.OldSize == d.NewSize ? "bytes differ" : std::to_string(d.OldSize) + " bytes, now " + std::to_string(d.NewSize);
+        how = d.OldSize == d.NewSize ? "bytes differ" : ByteCount(d.OldSize) + ", now " + std::to_string(d.NewSize);
         if (d.TooLarge) how += " (too large to compare by frames)";
     }
     return "~ " + EntryName(d) + ": " + how + "\n";
