@@ -10,7 +10,7 @@ set -euo pipefail
 
 build=build/fuzz
 seconds=${FUZZ_SECONDS:-60}
-read -ra targets <<<"${FUZZ_TARGETS:-Catalogue Sprite Palette TextPreview Registry Descriptions}"
+read -ra targets <<<"${FUZZ_TARGETS:-Catalogue Sprite Palette TextPreview Registry Descriptions Diff}"
 declare -A maxLength=([Sprite]=131072)
 
 "$build/bin/make-fuzz-seeds" "$build/seeds"

@@ -17,10 +17,11 @@ constexpr size_t BlockBytes = size_t{1} << 20;
 // Bytes read from an archive beyond its size before its entries are taken to overlap on purpose.
 constexpr int64_t SpareReadBytes = int64_t{64} << 20;
 constexpr int64_t ReadsPerArchiveByte = 4;
-// Frames decoded in all, counted as rows of the frame's width and a row's spare commands, both sprites:
-// a few seconds of decoding at most, whatever the sprites claim. Real changes of a mod fit many times.
-constexpr int64_t DecodeBudget = int64_t{1} << 31;
-constexpr int64_t SpareCommandsPerRow = 4096;
+// Pixels decoded in all, both sprites of each pair, with a little for each row: the decoder reads at
+// most a few bytes a pixel of a row's stream, so this bounds its work to a fraction of a second, whatever
+// the sprites claim. A thousand changed frames of 200 x 200 fit.
+constexpr int64_t DecodeBudget = int64_t{1} << 27;
+constexpr int64_t RowCost = 16;
 
 // One entry, by where it stands in its archive.
 struct Placed {
@@ -134,7 +135,7 @@ private:
         int64_t cost = 0;
         for (size_t side : {0, 1})
             for (const SLPFrameInfo& frame : frames[side])
-                cost += int64_t{std::max(frame.Height, 0)} * (std::clamp(frame.Width, 0, MaxFrameWidth) + SpareCommandsPerRow);
+                cost += int64_t{std::max(frame.Height, 0)} * (std::clamp(frame.Width, 0, MaxFrameWidth) + RowCost);
         if (cost > budget_) {
             difference.TooLarge = true;
             return Outcome::Success();
