@@ -30,6 +30,12 @@ struct PackedEntry {
     int64_t ArchiveOffset = 0;
 };
 
+// A file as the system knows it, whatever path or link leads to it.
+struct FileIdentity {
+    std::string Path;
+    uint64_t Device = 0, Inode = 0;
+};
+
 struct PackedTable {
     std::array<char, 4> TypeTag{};
     std::vector<PackedEntry> Entries;
@@ -39,7 +45,7 @@ struct PackPlan {
     std::vector<uint8_t> CopyrightBlock;  // the magic and the rest of the block, up to the header record
     DRSHeaderRecord Header;               // TableCount and DataOffset are set when the directory is made
     std::vector<PackedTable> Tables;
-    std::vector<std::string> Files;       // every file of the folder, those left out too
+    std::vector<FileIdentity> Files;      // every file of the folder, those left out too
 };
 
 // Entries to leave out: every entry of ID in the tables of that name (as the list shows it, any case).

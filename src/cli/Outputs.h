@@ -25,6 +25,8 @@ public:
 
     // A file the command reads; "-" (standard input) and names that don't exist are no file.
     void AddInput(const std::string& path);
+    // The same for a file already looked at, by its device and inode.
+    void AddInput(dev_t device, ino_t inode) { inputs_.push_back({device, inode}); }
 
     // False, after one line on stderr, when path is one of the inputs.
     bool IsSafe(const std::string& path) const;

@@ -96,7 +96,7 @@ int RunPack(const PackOptions& options) {
         Complain(options.Command, planned.File.empty() ? options.Source : planned.File, planned.Detail + "; nothing written");
         return ExitFailed;
     }
-    for (const std::string& file : plan.Files) outputs.AddInput(file);
+    for (const FileIdentity& file : plan.Files) outputs.AddInput(static_cast<dev_t>(file.Device), static_cast<ino_t>(file.Inode));
     if (!outputs.Fits(options.Out, static_cast<uint64_t>(PackedSize(plan)))) return ExitFailed;
     const Outputs::Result result = outputs.WriteStreamed(options.Out, [&](const Outputs::Sink& sink) {
         return WritePackedArchive(plan, choice.Like ? &like : nullptr, sink);
