@@ -32,13 +32,6 @@ struct Placed {
 // Table order, ID, copy: what the entries of two archives are matched by.
 using Key = std::tuple<size_t, int32_t, int32_t>;
 
-std::string TableName(const std::array<char, 4>& tag) {
-    std::string name = ReverseTypeTag({tag.data(), tag.size()});
-    const size_t first = name.find_first_not_of(' ');
-    if (first == std::string::npos) return {};
-    return name.substr(first, name.find_last_not_of(' ') + 1 - first);
-}
-
 class Comparison {
 public:
     Comparison(ReadOnlyFile& older, ReadOnlyFile& newer)
@@ -51,11 +44,10 @@ public:
     Outcome Add(size_t side, const DRSDirectory& directory) {
         std::map<std::string, int> seen;  // tables of each name so far
         for (const DRSTable& table : directory.Tables) {
-            const std::string name = TableName(table.Record.TypeTag);
-            const auto named = std::pair(name, seen[name]++);
-            auto at = std::find(tables_.begin(), tables_.end(), named);
-            if (at == tables_.end()) at = tables_.insert(tables_.end(), named);
-            const size_t order = static_cast<size_t>(at - tables_.begin());
+            const std::string name = TableNameOfTag(table.Record.TypeTag);
+            const auto [at, fresh] = order_.try_emplace(std::pair(name, seen[name]++), tables_.size());
+            if (fresh) tables_.push_back(name);
+            const size_t order = at->second;
             const bool sprites = KindOfTag(ReverseTypeTag({table.Record.TypeTag.data(), 4})) == KindSLP;
             std::map<int32_t, int32_t> copies;
             for (const DRSEntryRecord& entry : table.Entries) {
@@ -72,7 +64,7 @@ public:
     Outcome Compare(std::vector<EntryDifference>& differences) {
         for (const auto& [key, sides] : entries_) {
             EntryDifference difference;
-            difference.Table = tables_[std::get<0>(key)].first;
+            difference.Table = tables_[std::get<0>(key)];
             difference.ID = std::get<1>(key);
             difference.Copy = std::get<2>(key);
             difference.OldSize = sides[0] ? sides[0]->Size : 0;
@@ -175,7 +167,8 @@ private:
     int64_t budget_ = DecodeBudget;
     std::array<uint32_t, 256> palette_{};
     std::array<std::vector<uint8_t>, 2> blocks_;
-    std::vector<std::pair<std::string, int>> tables_;  // each table's name and which of that name it is
+    std::vector<std::string> tables_;                   // each table's name, in the order they are shown
+    std::map<std::pair<std::string, int>, size_t> order_;  // a name and which table of that name: its place there
     std::map<Key, std::array<std::optional<Placed>, 2>> entries_;
 };
 

@@ -47,6 +47,13 @@ std::string HeadingText(const DRSTableRecord& table) {
 
 }  // namespace
 
+std::string TableNameOfTag(const std::array<char, 4>& tag) {
+    const std::string name = ReverseTypeTag({tag.data(), tag.size()});
+    const size_t first = name.find_first_not_of(' ');
+    if (first == std::string::npos) return {};
+    return name.substr(first, name.find_last_not_of(' ') + 1 - first);
+}
+
 int32_t KindOfTag(const std::string& name) {
     if (name == "WAV") return KindWAV;
     if (name == "BIN") return KindBIN;

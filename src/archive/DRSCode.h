@@ -112,6 +112,9 @@ CatalogueResult ReadSpriteCatalogue(ReadOnlyFile& file, const std::string& rowTe
 
 // The fourth, third and second character of a table tag, upper-cased: "nibX"... reads "BIN".
 std::string ReverseTypeTag(std::string_view tag);
+// A table's name as the list's heading shows it, without the blanks at either end that a tag of fewer
+// than three letters leaves: what pack and diff know a table by.
+std::string TableNameOfTag(const std::array<char, 4>& tag);
 // The kind of a table's entries by its name as ReverseTypeTag reads it: KindSLP for "SLP", and so on.
 int32_t KindOfTag(const std::string& name);
 

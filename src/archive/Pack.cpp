@@ -58,14 +58,6 @@ bool ReadTableFolderName(const std::string& name, int& number, std::string& lett
     return std::all_of(letters.begin(), letters.end(), IsLetterOrDigit);
 }
 
-// The name a table goes by in the list's heading, without the blanks a tag of fewer letters has.
-std::string TableName(const std::array<char, 4>& tag) {
-    std::string name = ReverseTypeTag({tag.data(), tag.size()});
-    const size_t first = name.find_first_not_of(' ');
-    if (first == std::string::npos) return {};
-    return name.substr(first, name.find_last_not_of(' ') + 1 - first);
-}
-
 Outcome ReadTableFolder(const fs::path& path, FolderTable& table) {
     std::error_code error;
     for (const fs::directory_entry& item : fs::directory_iterator(path, error)) {
@@ -182,7 +174,7 @@ Outcome Remove(const std::vector<PackRemoval>& removals, PackPlan& plan) {
     for (const PackRemoval& removal : removals) {
         size_t removed = 0;
         for (PackedTable& table : plan.Tables) {
-            if (!SameTable(TableName(table.TypeTag), removal.Table)) continue;
+            if (!SameTable(TableNameOfTag(table.TypeTag), removal.Table)) continue;
             removed += std::erase_if(table.Entries, [&](const PackedEntry& entry) { return entry.ID == removal.ID; });
         }
         if (removed == 0) {
