@@ -27,6 +27,7 @@
 #include "RecordingHost.h"
 #include "slp/SLPCode.h"
 #include "slp/SLPCodeNew.h"
+#include "slp/SLPEncode.h"
 #include "Writers.h"
 #include "BenchSprites.h"
 
@@ -100,6 +101,28 @@ void DecodeAndRecolour(benchmark::State& state, int32_t side) {
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * side * side);
+}
+
+// Encodes the frame the decoder benchmark decodes, from the pixels it decodes to.
+void EncodeDecodedFrame(benchmark::State& state, int32_t side) {
+    DecodeCase& c = DecodeFixture(side);
+    if (c.Frames.empty()) return state.SkipWithError("the sprite did not parse");
+    std::vector<FramePixels> pixels(1);
+    cDIBSection image, mask;
+    (void)LoadPalette("");
+    (void)DecodeSLPFrame(c.File, c.Frames[0], image, mask, false, Quiet(), DecodedColours);
+    if (!PixelsFromSurfaces(image, mask, ColourLookup(Palette), FirstPlayer, pixels[0])) {
+        return state.SkipWithError("the frame did not turn into pixels");
+    }
+    std::vector<uint8_t> encoded;
+    for (auto _ : state) {
+        if (Outcome made = EncodeSLP(pixels, encoded); !made) return state.SkipWithError(made.Detail.c_str());
+        benchmark::DoNotOptimize(encoded.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * side * side);
+    state.counters["bytes"] = static_cast<double>(encoded.size());
+    state.counters["written by the tests' writer"] = static_cast<double>(c.File.Bytes.size());
 }
 
 // Copies as many bytes as the two surfaces of a frame hold.
@@ -487,6 +510,7 @@ void RegisterAll() {
         const std::string n = std::to_string(side);
         RegisterBenchmark(("decode+recolour " + n).c_str(), DecodeAndRecolour, side)->Repetitions(Repetitions);
         RegisterBenchmark(("memcpy surfaces " + n).c_str(), CopySurfaceBytes, side)->Repetitions(Repetitions);
+        RegisterBenchmark(("encode " + n).c_str(), EncodeDecodedFrame, side)->Repetitions(Repetitions);
     }
     RegisterBenchmark("ReadDRSCatalogue 32766 rows", CatalogueOfLargestArchive)
         ->Unit(benchmark::kMillisecond)->Repetitions(Repetitions);
@@ -562,6 +586,8 @@ void PrintSummary() {
         {"decode+recolour 64", "memcpy surfaces 64", "Mpx/s", pixels64, {}, "-"},
         {"decode+recolour 512", "memcpy surfaces 512", "Mpx/s", pixels512,
          [](double f, double) { return f >= 700; }, ">= 700 Mpx/s"},
+        {"encode 64", "decode+recolour 64", "Mpx/s", pixels64, {}, "-"},
+        {"encode 512", "decode+recolour 512", "Mpx/s", pixels512, [](double, double r) { return r >= 0.5; }, "ratio >= 0.5"},
         {"ReadDRSCatalogue 32766 rows", "read directory bytes", "ms", 0, [](double f, double) { return f < 10; },
          "< 10 ms"},
         {"ReadResourceData 30 MB", "fread/fwrite 30 MB", "MB/s", bytes30, [](double, double r) { return r >= 0.8; },

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "colour/Palettes.h"
+#include "export/ImageExports.h"
 #include "RecordingHost.h"
 #include "Writers.h"
 
@@ -18,6 +20,18 @@ Bytes Sprite(int32_t frames, int32_t size) {
     std::vector<FrameFixture> encoded;
     for (int32_t f = 0; f < frames; ++f) encoded.push_back(EncodeFrame(RandomArt(size + f, size - f / 2, uint32_t(f)), f - 2, 3 - f));
     return WriteSprite(encoded);
+}
+
+// The SLX bundle target's input: the lengths of the text and the layer bitmap, then the text and the
+// two bitmaps of a real frame.
+Bytes BundleInput(const Bytes& sprite) {
+    const std::vector<DecodedFrame> frames = DecodeFrames(sprite);
+    const Bytes text = BytesOf("SLX 0.5\r\n1\r\n3,-4\r\nwalk1d.bmp\r\nwalk1c.bmp\r\n");
+    Bytes input(8);
+    PutI32(input, 0, int32_t(text.size()));
+    PutI32(input, 4, int32_t(frames.at(0).Mask.size()));
+    for (const Bytes* part : {&text, &frames[0].Mask, &frames[0].Image}) input.insert(input.end(), part->begin(), part->end());
+    return input;
 }
 
 void Write(const fs::path& folder, const std::string& name, const Bytes& bytes) {
@@ -53,6 +67,11 @@ int main(int argc, char** argv) {
         Bytes empties(60000, 0x00);
         empties.push_back(0x0F);
         Write(out / "Sprite", "tall-shared-stream.slp", WriteSharedStreamSprite(64, 8192, -32767, empties));
+        (void)LoadPalette("");
+        Write(out / "RoundTrip", "random.slp", RandomSprite(3));
+        Write(out / "RoundTrip", "walker.slp", Sprite(5, 12));
+        Write(out / "SLXBundle", "walk.bundle", BundleInput(RandomSprite(5)));
+        Write(out / "SLXBundle", "small.bundle", BundleInput(Sprite(1, 6)));
         Write(out / "Palette", "grey.pal", BytesOf(WriteJascPal(grey)));
         Write(out / "Palette", "short.pal", BytesOf(WriteJascPal(std::vector<uint32_t>(16, 0x102030), "0100", "16")));
         // The other formats; the target names a file ".act" when its first byte is odd.
@@ -80,6 +99,24 @@ int main(int argc, char** argv) {
                       "-2147483648@3@2@1@low\r\n2147483647@0@0@0@high\r\n"));
         Write(out / "Descriptions", "odd.dsc",
               BytesOf("12@1@2\n\n 12abc@7@-1@ 3x@a@b\n4294967308@1@1@1@wraps\r\n100@1@1@1@\x80\x81\r\r\nx@0@0@0@last"));
+        // A sheet with its layers, parted as the target parts it (an odd first byte), and its picture
+        // alone as a PNG file (an even one).
+        QuietHost quiet;
+        std::vector<NamedFile> sheet;
+        std::vector<std::string> notes;
+        ImageExportOptions options;
+        options.SheetLayers = true;
+        if (!ExportImages({"s.slp", Sprite(3, 10)}, ImageFormat::Sheet, options, "s", sheet, notes, quiet)) return 1;
+        const Bytes parting = BytesOf("\n#####\n");
+        Bytes parts{1};
+        for (size_t i : {size_t(1), size_t(0), size_t(2)}) {  // JSON, picture, layers
+            if (i != 1) parts.insert(parts.end(), parting.begin(), parting.end());
+            parts.insert(parts.end(), sheet[i].Bytes.begin(), sheet[i].Bytes.end());
+        }
+        Write(out / "Picture", "sheet-with-layers", parts);
+        Bytes png{2};
+        png.insert(png.end(), sheet[0].Bytes.begin(), sheet[0].Bytes.end());
+        Write(out / "Picture", "sheet-picture.png", png);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "make-fuzz-seeds: %s\n", e.what());
         return 1;

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Runs every fuzz target of build/fuzz for FUZZ_SECONDS seconds each (default 60), with 512 MB of memory
 # and 1 s per input (FUZZ_TARGETS="Sprite Palette" runs only those), starting from seeds made by the test
-# writers, and prints what each run did. Sprites may be up to 128 KiB, room for a frame of 8,192 rows
-# whose rows share one stream, the road to the slow cases; the other targets take libFuzzer's length.
+# writers, and prints what each run did. Sprites, for reading and for the encoder's round trip, may be up
+# to 128 KiB, room for a frame of 8,192 rows whose rows share one stream, the road to the slow cases; an
+# SLX bundle's text and two bitmaps 64 KiB; the other targets take libFuzzer's length.
 # An input that crashes, leaks, runs out of memory or takes longer than its second is a failure: it lands
 # in build/fuzz/crashes/<target>/ (crash-*, leak-*, oom-*, timeout-*), the run counts it, and the script exits
 # 1 when any target found one. Fixed, it belongs in fuzz/crashes/<target>/. Corpora grow in build/fuzz/corpus/.
@@ -10,8 +11,8 @@ set -euo pipefail
 
 build=build/fuzz
 seconds=${FUZZ_SECONDS:-60}
-read -ra targets <<<"${FUZZ_TARGETS:-Catalogue Sprite Palette TextPreview Registry Descriptions Diff}"
-declare -A maxLength=([Sprite]=131072)
+read -ra targets <<<"${FUZZ_TARGETS:-Catalogue Sprite Palette TextPreview Registry Descriptions Picture SLXBundle RoundTrip Diff}"
+declare -A maxLength=([Sprite]=131072 [RoundTrip]=131072 [SLXBundle]=65536)
 
 "$build/bin/make-fuzz-seeds" "$build/seeds"
 printf '%-12s %14s %10s %8s %8s %8s %16s\n' target executions exec/s cov crashes timeouts "total executions"

@@ -79,6 +79,7 @@ void AddPackCommands(CLI::App& app, CommandTable& table);     // pack, diff
 void AddSpriteCommands(CLI::App& app, CommandTable& table);   // info, frame, sequence, slx
 void AddExportCommand(CLI::App& app, CommandTable& table);    // export
 void AddConvertCommand(CLI::App& app, CommandTable& table);   // convert
+void AddEncodeCommand(CLI::App& app, CommandTable& table);    // encode
 void AddThumbnailCommand(CLI::App& app, CommandTable& table); // thumbnail
 void AddPaletteCommand(CLI::App& app, CommandTable& table);   // palette
 

@@ -55,12 +55,14 @@ struct ExportOptions : CommandLine {
     ImageChoice Image;
     int32_t Frame = 0;     // --frame: with png, this frame alone
     bool Players = false;  // --players: a sheet of every team
+    bool Layers = false;   // --layers: the sheet's layers beside it
 };
 
 // The usage errors of export's command line whatever the sprite, said; ExitOk when there are none.
 int CheckExportLine(const ExportOptions& options, ImageFormat format) {
     if (options.Frame != 0 && format != ImageFormat::Png) return Usage(options, "--frame goes with --format png");
     if (options.Players && format != ImageFormat::Sheet) return Usage(options, "--players goes with --format sheet");
+    if (options.Layers && format != ImageFormat::Sheet) return Usage(options, "--layers goes with --format sheet");
     if (const int usage = CheckImageChoice(options, options.Image); usage != ExitOk) return usage;
     if (format == ImageFormat::Sheet && !SheetNameFits(options.Output.Out)) {
         return Usage(options, "a sheet is written as NAME.png and NAME.json: give OUT with .png, .json or no extension");
@@ -90,6 +92,7 @@ int RunExport(const ExportOptions& options) {
     const ImageFormat format = ImageFormatOf(options.Image.Format);
     ImageExportOptions settings = ImageOptionsOf(options.Image, options.Colours.Player, options.Frame, options.Players);
     settings.Threads = int(std::max(1u, std::thread::hardware_concurrency()));  // one sprite: its frames use the cores
+    settings.SheetLayers = options.Layers;
     if (const int usage = CheckExportLine(options, format); usage != ExitOk) return usage;
     Outputs outputs(options.Command, options.Output.NoClobber);
     OpenedSprite sprite;
@@ -132,9 +135,13 @@ void AddExportCommand(CLI::App& app, CommandTable& table) {
                     options->Sprite.Archive);
     exportImages->add_flag("--players", options->Players, "With sheet: a row of the frames for each team, players 1 to 8")
         ->excludes("--player");
+    exportImages->add_flag("--layers", options->Layers,
+                           "With sheet: NAME.layers.png beside it, each pixel's layer in its colour of an SLX mask, "
+                           "so that encode reads the sheet back exactly");
     AddKeepGoing(exportImages, options->Output);
     exportImages->footer("Examples: brindle-cli export walker.slp walk.png --format png        (walk001.png, walk002.png, ...)\n"
                          "          brindle-cli export demo.drs --id 1000 walk.gif --format gif --fps 12\n"
                          "          brindle-cli export walker.slp walk --format sheet         (walk.png and walk.json)\n"
+                         "          brindle-cli export walker.slp walk --format sheet --layers  (and walk.layers.png)\n"
                          "          brindle-cli export walker.slp teams.png --format sheet --players");
 }

@@ -13,6 +13,7 @@
 namespace {
 
 std::string SheetJsonName(const std::string& out) { return ExportBasePath(out) + ".json"; }
+std::string SheetLayersName(const std::string& out) { return ExportBasePath(out) + ".layers.png"; }
 
 // The extension of out's file, lower case, without its dot; empty when it has none.
 std::string ExtensionOf(const std::string& out) {
@@ -47,8 +48,9 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
                                 " pixels is larger than Brindle writes");
     }
 
-    RgbaPicture sheet, frame;
+    RgbaPicture sheet, frame, layers, frameLayers;
     sheet.Resize(std::max(layout.Width, 1), std::max(layout.Height, 1));
+    if (options.SheetLayers) layers.Resize(sheet.Width, sheet.Height);
     const std::string base = FileOfPath(ExportBasePath(out));
     nlohmann::ordered_json list = options.SheetHash ? nlohmann::ordered_json::object() : nlohmann::ordered_json::array();
     // Every frame's hot spot stands at the same place of the canvas; engines take it as a fraction of
@@ -66,14 +68,17 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
             name += std::to_string(rgba.Player);
             name += '_';
         }
-        if (Outcome decoded = DecodeRgbaFrame(sprite, frames, number, rgba, frame, host); !decoded) {
+        if (Outcome decoded = DecodeRgbaFrame(sprite, frames, number, rgba, frame, host, options.SheetLayers ? &frameLayers : nullptr);
+            !decoded) {
             if (!leftOut) return decoded;
             if (cell < frames.size()) leftOut->push_back(number);  // once, not for every team
             continue;  // its cell stays empty, and the JSON has no entry for it
         }
         const auto [x, y] = layout.Places[cell];
-        for (int32_t row = 0; row < frame.Height; ++row)
+        for (int32_t row = 0; row < frame.Height; ++row) {
             std::memcpy(sheet.Row(y + row) + 4 * size_t(x), frame.Row(row), 4 * size_t(frame.Width));
+            if (options.SheetLayers) std::memcpy(layers.Row(y + row) + 4 * size_t(x), frameLayers.Row(row), 4 * size_t(frame.Width));
+        }
         const SLPFrameInfo& info = frames[size_t(number - 1)];
         const int64_t onCanvasX = -canvas.MinX - info.HotspotX, onCanvasY = -canvas.MinY - info.HotspotY;
         const bool trimmed = onCanvasX != 0 || onCanvasY != 0 || frame.Width != canvas.Width() || frame.Height != canvas.Height();
@@ -97,6 +102,7 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
     json["meta"] = {{"app", "brindle"},        {"version", BRINDLE_VERSION},
                     {"image", FileOfPath(SheetPngName(out))}, {"format", "RGBA8888"},
                     {"size", Size(sheet.Width, sheet.Height)}, {"scale", "1"}};
+    if (options.SheetLayers) json["meta"]["layers"] = FileOfPath(SheetLayersName(out));
 
     NamedFile png{SheetPngName(out), {}};
     if (Outcome encoded = EncodePng(sheet, png.Bytes); !encoded) return encoded;
@@ -104,6 +110,10 @@ Outcome ExportSheet(const SLPFile& sprite, const std::vector<SLPFrameInfo>& fram
     const std::string text = json.dump(1, '\t', false, nlohmann::json::error_handler_t::replace) + "\n";
     files.push_back(std::move(png));
     files.push_back({SheetJsonName(out), std::vector<uint8_t>(text.begin(), text.end())});
+    if (options.SheetLayers) {
+        files.push_back({SheetLayersName(out), {}});
+        return EncodePng(layers, files.back().Bytes);
+    }
     return Outcome::Success();
 }
 
@@ -169,7 +179,9 @@ std::vector<std::string> ImageExportNames(ImageFormat format, const ImageExportO
         for (int32_t i = 1; i <= frameCount; ++i) names.push_back(ExportBasePath(out) + PadFrameNumber(i) + ".png");
         return names;
     }
-    case ImageFormat::Sheet: return {SheetPngName(out), SheetJsonName(out)};
+    case ImageFormat::Sheet:
+        if (options.SheetLayers) return {SheetPngName(out), SheetJsonName(out), SheetLayersName(out)};
+        return {SheetPngName(out), SheetJsonName(out)};
     default: return {out};
     }
 }

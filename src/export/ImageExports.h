@@ -21,6 +21,7 @@ struct ImageExportOptions {
     int32_t Frame = 0;    // Png: this frame alone at its own size; 0 for the sequence on the canvas
     bool AllPlayers = false;  // Sheet: the frames once for each team, in place of Rgba.Player's alone
     bool SheetHash = false;   // Sheet: "frames" an object keyed by the frames' names, in place of a list
+    bool SheetLayers = false; // Sheet: beside it a PNG of each pixel's layer, in the colours of the mask surface
     int Threads = 1;          // Png sequences and Apng: frames encoded on up to this many threads at once
 };
 
@@ -41,8 +42,10 @@ inline uint64_t BytesOf(const std::vector<NamedFile>& files) {
 
 // The names an export writes for the name `out` (base: `out` without its extension):
 // Png of one frame: out. Png: base + "001.png", base + "002.png", ... Apng, Gif: out.
-// Sheet: base + ".png" (out itself when it ends in .png, in any case), and base + ".json". Its JSON
-// names frame n "<base>_nnn", or with AllPlayers the frame of player p "<base>_p<p>_nnn".
+// Sheet: base + ".png" (out itself when it ends in .png, in any case), and base + ".json"; with
+// SheetLayers then base + ".layers.png", the layers of the sheet's pixels at the same places, which the
+// JSON's "meta" names as "layers". Its JSON names frame n "<base>_nnn", or with AllPlayers the frame of
+// player p "<base>_p<p>_nnn".
 std::vector<std::string> ImageExportNames(ImageFormat format, const ImageExportOptions& options, const std::string& out,
                                           int32_t frameCount);
 

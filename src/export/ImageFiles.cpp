@@ -131,6 +131,55 @@ public:
         if (!alphas.empty()) png.Chunk("tRNS", alphas);
     }
 
+    // Where frame i (from 1) differs from the one before it, as the rows of that rectangle alone, to be
+    // drawn over the canvas the frame before left. Blended "over" where every changed pixel is opaque:
+    // the unchanged ones then become the transparent value, which keeps what lies below and packs into
+    // long runs. Otherwise "source", the rectangle's pixels replacing the canvas's. Either way the canvas
+    // after frame i is frame i, pixel for pixel. A frame like the one before is one unchanged pixel.
+    struct Patch {
+        int32_t X = 0, Y = 0, Width = 1, Height = 1;
+        bool Over = false;
+        std::vector<uint8_t> Rows;
+    };
+    Patch PatchOf(size_t i) const {
+        const size_t size = PixelBytes(), stride = size * size_t(width_) + 1;
+        const std::vector<uint8_t>&before = frames_[i - 1], &after = frames_[i];
+        Patch patch;
+        int32_t left = width_, right = -1, top = height_, bottom = -1;
+        for (int32_t y = 0; y < height_; ++y) {
+            const uint8_t *was = &before[size_t(y) * stride + 1], *is = &after[size_t(y) * stride + 1];
+            if (std::memcmp(was, is, stride - 1) == 0) continue;
+            int32_t first = 0, last = width_ - 1;
+            while (std::memcmp(was + size * size_t(first), is + size * size_t(first), size) == 0) ++first;
+            while (std::memcmp(was + size * size_t(last), is + size * size_t(last), size) == 0) --last;
+            left = std::min(left, first), right = std::max(right, last);
+            top = std::min(top, y), bottom = y;
+        }
+        if (bottom >= 0) patch = {left, top, right - left + 1, bottom - top + 1, false, {}};
+        const size_t rowBytes = size * size_t(patch.Width);
+        // Over needs a transparent value, and that every pixel that changes is opaque.
+        int clear = indexed_ ? -1 : 0;
+        for (int k = 0; indexed_ && k < count_ && clear < 0; ++k)
+            if (uint8_t(colours_[k] >> AlphaShift) == 0) clear = k;
+        patch.Over = clear >= 0 && bottom >= 0;
+        for (int32_t y = patch.Y; patch.Over && y < patch.Y + patch.Height; ++y) {
+            const uint8_t *was = &before[size_t(y) * stride + 1 + size * size_t(patch.X)], *is = &after[size_t(y) * stride + 1 + size * size_t(patch.X)];
+            for (size_t x = 0; patch.Over && x < rowBytes; x += size)
+                patch.Over = std::memcmp(was + x, is + x, size) == 0 || Opaque(is + x);
+        }
+        patch.Rows.assign((rowBytes + 1) * size_t(patch.Height), 0);  // filter bytes: none
+        for (int32_t y = 0; y < patch.Height; ++y) {
+            const size_t from = size_t(patch.Y + y) * stride + 1 + size * size_t(patch.X);
+            uint8_t* out = &patch.Rows[size_t(y) * (rowBytes + 1) + 1];
+            std::memcpy(out, &after[from], rowBytes);
+            for (size_t x = 0; patch.Over && x < rowBytes; x += size)
+                if (std::memcmp(&before[from + x], out + x, size) == 0) std::memset(out + x, clear, size);
+        }
+        return patch;
+    }
+
+    int32_t Width() const { return width_; }
+    int32_t Height() const { return height_; }
     size_t FrameCount() const { return frames_.size(); }
     // The bytes the rows of all frames take, or would take once turned back to RGBA.
     size_t HeldBytes() const { return frames_.size() * (size_t(width_) * 4 + 1) * size_t(height_); }
@@ -140,6 +189,11 @@ private:
     static constexpr size_t SlotCount = 1024;  // four slots a colour: probes stay short
     // Where alpha stands in a value read by LoadPixel.
     static constexpr int AlphaShift = std::endian::native == std::endian::little ? 24 : 0;
+
+    size_t PixelBytes() const { return indexed_ ? 1 : 4; }
+    bool Opaque(const uint8_t* pixel) const {
+        return indexed_ ? uint8_t(colours_[*pixel] >> AlphaShift) == 255 : pixel[3] == 255;
+    }
 
     // The palette index of value, entered if new; -1 when the palette is full.
     static size_t SlotOf(uint32_t value) { return (value * 0x9E3779B1u) >> 22; }
@@ -228,11 +282,24 @@ private:
 
 namespace {
 
-// The zlib stream of each frame's rows, frames shared among up to `threads` threads.
-Outcome CompressFrames(const PngPixels& pixels, int threads, std::vector<std::vector<uint8_t>>& streams) {
+// Each frame of an animation as the rectangle it changes and that rectangle's zlib stream: the first
+// frame whole, each other one as its patch over the one before. Frames shared among up to `threads` threads.
+Outcome CompressFrames(const PngPixels& pixels, int threads, std::vector<PngPixels::Patch>& patches,
+                       std::vector<std::vector<uint8_t>>& streams) {
+    patches.assign(pixels.FrameCount(), {});
     streams.assign(pixels.FrameCount(), {});
-    std::vector<Outcome> outcomes(streams.size(), Outcome::Success());
-    RunOnThreads(streams.size(), threads, [&](size_t i) { outcomes[i] = Deflate(pixels.Rows(i), streams[i]); });
+    std::vector<Outcome> outcomes(patches.size(), Outcome::Success());
+    RunOnThreads(patches.size(), threads, [&](size_t i) {
+        if (i == 0) {
+            patches[0] = {0, 0, pixels.Width(), pixels.Height(), false, {}};
+            outcomes[0] = Deflate(pixels.Rows(0), streams[0]);
+            return;
+        }
+        PngPixels::Patch patch = pixels.PatchOf(i);
+        outcomes[i] = Deflate(patch.Rows, streams[i]);
+        patch.Rows = {};
+        patches[i] = std::move(patch);
+    });
     for (const Outcome& outcome : outcomes)
         if (!outcome) return outcome;
     return Outcome::Success();
@@ -282,8 +349,9 @@ Outcome ApngWriter::Finish(std::vector<uint8_t>& png) {
     const auto added = uint32_t(pixels_->FrameCount());
     if (added == 0) return Outcome::Failure(Fault::OutOfLimits, "the animation has no frames");
     pixels_->Seal();
+    std::vector<PngPixels::Patch> patches;
     std::vector<std::vector<uint8_t>> streams;
-    if (Outcome packed = CompressFrames(*pixels_, threads_, streams); !packed) return packed;
+    if (Outcome packed = CompressFrames(*pixels_, threads_, patches, streams); !packed) return packed;
 
     PngFile file;
     pixels_->WriteHeader(file);
@@ -296,14 +364,15 @@ Outcome ApngWriter::Finish(std::vector<uint8_t>& png) {
     for (uint32_t i = 0; i < added; ++i) {
         control.clear();
         PutU32(control, sequence++);
-        PutU32(control, uint32_t(width_));
-        PutU32(control, uint32_t(height_));
-        PutU32(control, 0);  // x offset
-        PutU32(control, 0);  // y offset
+        const PngPixels::Patch& patch = patches[i];
+        PutU32(control, uint32_t(patch.Width));
+        PutU32(control, uint32_t(patch.Height));
+        PutU32(control, uint32_t(patch.X));  // x offset
+        PutU32(control, uint32_t(patch.Y));  // y offset
         PutU16(control, 1);  // delay: 1 / fps seconds
         PutU16(control, uint32_t(fps_));
-        control.push_back(0);  // dispose: none, the next frame replaces all of it
-        control.push_back(0);  // blend: source, alpha included
+        control.push_back(0);  // dispose: none, the next frame is drawn over this one
+        control.push_back(patch.Over ? 1 : 0);  // blend: over, or source, alpha included
         file.Chunk("fcTL", control);
         // The first frame is the picture a plain PNG viewer shows.
         const size_t at = file.Begin(i == 0 ? "IDAT" : "fdAT");

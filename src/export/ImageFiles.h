@@ -18,8 +18,9 @@
 Outcome EncodePng(const RgbaPicture& picture, std::vector<uint8_t>& png);
 
 
-// Frames of one size, shown fps times a second and looping forever. Each frame replaces the whole
-// canvas, alpha included, so none shows through to the one before it. A viewer that knows nothing of
+// Frames of one size, shown fps times a second and looping forever. Each frame after the first is
+// stored as the rectangle where it differs from the one before, so that the canvas a viewer shows is
+// each frame exactly, alpha included, with nothing of the one before showing through. A viewer that knows nothing of
 // APNG shows the first frame. Up to frameCount frames are added; fewer, where a caller left some out,
 // are counted as they are. The frames are held until Finish, which compresses them on up to `threads`
 // threads; an animation whose frames would take more than maxHeldBytes to hold as RGBA rows is refused

@@ -43,8 +43,17 @@ void MapToRgba(const cDIBSection& image, const cDIBSection& mask, const RgbaOpti
     }
 }
 
+void MapLayers(const cDIBSection& mask, RgbaPicture& picture) {
+    picture.Resize(mask.IsCreated() ? mask.Width() : 0, mask.IsCreated() ? mask.Height() : 0);
+    for (int32_t y = 0; y < picture.Height; ++y) {
+        const uint8_t* layer = mask.RowPointer(y);  // blue, green, red
+        uint8_t* out = picture.Row(y);
+        for (int32_t x = 0; x < picture.Width; ++x, layer += 3, out += 4) out[0] = layer[2], out[1] = layer[1], out[2] = layer[0], out[3] = 255;
+    }
+}
+
 Outcome DecodeRgbaFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, int32_t number,
-                        const RgbaOptions& options, RgbaPicture& picture, Host& host) {
+                        const RgbaOptions& options, RgbaPicture& picture, Host& host, RgbaPicture* layers) {
     if (number < 1 || static_cast<size_t>(number) > frames.size()) {
         return Outcome::Failure(Fault::Missing, "has frames 1 to " + std::to_string(frames.size()) + "; there is no frame " + std::to_string(number));
     }
@@ -54,6 +63,7 @@ Outcome DecodeRgbaFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& 
     const DecodeResult decoded = DecodeSLPFrame(sprite, frames[size_t(number - 1)], image, mask, false, host, colours);
     if (decoded.Code == Fault::Damaged) return Outcome::Failure(Fault::Damaged, "frame " + std::to_string(number) + ": " + decoded.Detail);
     MapToRgba(image, mask, options, picture);
+    if (layers) MapLayers(mask, *layers);
     return Outcome::Success();
 }
 

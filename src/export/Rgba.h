@@ -39,10 +39,14 @@ struct RgbaPicture {
 // The frame as decoded (image in DecodedColours, mask in layer codes), mapped to RGBA.
 void MapToRgba(const cDIBSection& image, const cDIBSection& mask, const RgbaOptions& options, RgbaPicture& picture);
 
-// Decodes frame number (from 1) of the sprite into picture at the frame's own size. Damage is a
-// failure: a frame is written whole or not at all.
+// The mask surface as an opaque picture of its layer codes: magenta transparent, white colour, green
+// player, red shadow, blue inner and yellow outer outline, black where a decode drew nothing.
+void MapLayers(const cDIBSection& mask, RgbaPicture& picture);
+
+// Decodes frame number (from 1) of the sprite into picture at the frame's own size, and, given layers,
+// its layers as MapLayers draws them. Damage is a failure: a frame is written whole or not at all.
 Outcome DecodeRgbaFrame(const SLPFile& sprite, const std::vector<SLPFrameInfo>& frames, int32_t number,
-                        const RgbaOptions& options, RgbaPicture& picture, Host& host);
+                        const RgbaOptions& options, RgbaPicture& picture, Host& host, RgbaPicture* layers = nullptr);
 
 // Each frame in turn, placed on the common canvas (bounds from CheckedCanvas) where "Save as image
 // sequence" places it, the rest of the canvas transparent. Stops at the first damaged frame, or, given

@@ -68,26 +68,46 @@ std::vector<Chunk> ChunksOf(const Bytes& png) {
     return chunks;
 }
 
-// Each frame of an APNG as a PNG file of its own, for libspng: signature, IHDR, the palette and its
-// alphas where there are, the frame's data as its IDAT, IEND, the CRCs 0.
+// The canvas after each frame of an APNG, as a viewer shows it: each frame's data made a PNG file of its
+// own for libspng (signature, IHDR at the frame's size, the palette and its alphas where there are, the
+// data as its IDAT, IEND, the CRCs 0), then drawn at its place by its blend, source or over.
 std::vector<Rgba> DecodeApngFrames(const Bytes& png) {
     std::vector<Rgba> frames;
-    Bytes head(png.begin(), png.begin() + 33);
+    Bytes head(png.begin(), png.begin() + 33), palette;
+    Rgba canvas{int(BigEndian(&png[16])), int(BigEndian(&png[20])), {}};
+    canvas.Pixels.assign(size_t(canvas.Width) * size_t(canvas.Height), 0);
+    Bytes control;
     for (auto [type, data] : ChunksOf(png)) {
         if (type == "PLTE" || type == "tRNS") {
-            for (int shift = 24; shift >= 0; shift -= 8) head.push_back(uint8_t(data.size() >> shift));
-            head.insert(head.end(), type.begin(), type.end());
-            head.insert(head.end(), data.begin(), data.end());
-            head.insert(head.end(), 4, 0);
+            for (int shift = 24; shift >= 0; shift -= 8) palette.push_back(uint8_t(data.size() >> shift));
+            palette.insert(palette.end(), type.begin(), type.end());
+            palette.insert(palette.end(), data.begin(), data.end());
+            palette.insert(palette.end(), 4, 0);
         }
+        if (type == "fcTL") control = data;
         if (type == "fdAT") data.erase(data.begin(), data.begin() + 4);  // its sequence number
         else if (type != "IDAT") continue;
         Bytes file = head;
+        std::copy(&control[4], &control[12], &file[16]);  // the frame's width and height
+        file.insert(file.end(), palette.begin(), palette.end());
         for (int shift = 24; shift >= 0; shift -= 8) file.push_back(uint8_t(data.size() >> shift));
         file.insert(file.end(), {'I', 'D', 'A', 'T'});
         file.insert(file.end(), data.begin(), data.end());
         file.insert(file.end(), {0, 0, 0, 0, 0, 0, 0, 0, 'I', 'E', 'N', 'D', 0, 0, 0, 0});
-        frames.push_back(DecodePng(file));
+        const Rgba patch = DecodePng(file);
+        const auto left = int(BigEndian(&control[12])), top = int(BigEndian(&control[16]));
+        const bool over = control.at(25) == 1;
+        EXPECT_TRUE(control.at(24) == 0 && control.at(25) <= 1 && left + patch.Width <= canvas.Width && top + patch.Height <= canvas.Height);
+        for (int y = 0; y < patch.Height; ++y) {
+            for (int x = 0; x < patch.Width; ++x) {
+                const uint32_t pixel = patch.Pixels[size_t(y * patch.Width + x)];
+                uint32_t& below = canvas.Pixels[size_t((top + y) * canvas.Width + left + x)];
+                const uint32_t alpha = pixel & 0xFF;
+                if (!over || alpha == 255) below = pixel;
+                else if (alpha != 0) below = 0xDEADBEEF;  // blended: no writer of ours asks for it
+            }
+        }
+        frames.push_back(canvas);
     }
     return frames;
 }
@@ -219,16 +239,17 @@ TEST_F(ImageExportTest, SheetsHoldEveryFrameWhereTheirJsonSays) {
     for (const bool teams : {false, true}) {
         SCOPED_TRACE(teams);
         ImageExportOptions options{{}, 8};  // the first team's alone, unless asked
-        if (teams) options.AllPlayers = true;
+        if (teams) options.AllPlayers = options.SheetLayers = true;
         // Named for its JSON, the sheet still writes its picture as a PNG.
         const std::vector<NamedFile> files = Export(ImageFormat::Sheet, options, teams ? "out/walk.json" : "out/walk.png");
         EXPECT_EQ(std::tuple(files.at(0).Path, files.at(1).Path), std::tuple("out/walk.png", "out/walk.json"));
-        Rgba want{teams ? 6 : 4, teams ? 24 : 5, std::vector<uint32_t>(teams ? 6 * 24 : 4 * 5)};
+        Rgba want{teams ? 6 : 4, teams ? 24 : 5, std::vector<uint32_t>(teams ? 6 * 24 : 4 * 5)}, layers = want;
         json parsed = json::parse(files.at(1).Bytes);
         parsed["meta"].erase("version");
-        EXPECT_EQ(parsed["meta"], (json{{"app", "brindle"}, {"image", "walk.png"}, {"format", "RGBA8888"}, {"scale", "1"},
-                                        {"size", {{"w", want.Width}, {"h", want.Height}}}}));
-        EXPECT_EQ(std::tuple(files.size(), parsed["frames"].size()), std::tuple(2u, teams ? 16u : 2u));
+        json meta = {{"app", "brindle"}, {"image", "walk.png"}, {"format", "RGBA8888"}, {"size", {{"w", want.Width}, {"h", want.Height}}}, {"scale", "1"}};
+        if (teams) meta["layers"] = "walk.layers.png";
+        EXPECT_EQ(parsed["meta"], meta);
+        EXPECT_EQ(std::tuple(files.size(), parsed["frames"].size()), std::tuple(teams ? 3u : 2u, teams ? 16u : 2u));
         // Both frames' hot spots stand at (1, 40) of the 33 x 41 canvas.
         const json pivot = {{"x", 1.0 / 33}, {"y", 40.0 / 41}};
         for (int cell = 0; cell < (teams ? 16 : 2); ++cell) {
@@ -241,8 +262,18 @@ TEST_F(ImageExportTest, SheetsHoldEveryFrameWhereTheirJsonSays) {
                             {"sourceSize", {{"w", 33}, {"h", 41}}}, {"pivot", pivot}, {"anchor", pivot}, {"duration", 125},
                             {"hotspot", {{"x", i ? -30 : 1}, {"y", i ? 40 : 1}}}}));
             Place(want, Expected(i ? two : one, {128, false, player}), x, y);
+            Rgba codes{w, h, {}};  // the colours of the mask surface, by layer
+            for (const ArtPixel& p : (i ? two : one).Pixels) {
+                const uint32_t byKind[] = {Pixel(255, 0, 255, 255), Pixel(255, 255, 255, 255), Pixel(0, 255, 0, 255),
+                                           Pixel(255, 0, 0, 255),   Pixel(0, 0, 255, 255),     Pixel(255, 255, 0, 255)};
+                codes.Pixels.push_back(byKind[size_t(p.Kind)]);
+            }
+            Place(layers, codes, x, y);
         }
         EXPECT_EQ(DecodePng(files[0].Bytes), want);
+        if (teams) {
+            EXPECT_EQ(std::tuple(files[2].Path, DecodePng(files[2].Bytes)), std::tuple("out/walk.layers.png", layers));
+        }
     }
 }
 
@@ -312,15 +343,40 @@ TEST(PngWriterTest, PicturesOfAnyNumberOfColoursReadBackAsDrawn) {
         ASSERT_TRUE(EncodePng(picture, png));
         EXPECT_EQ(std::tuple(colourType(png), DecodePng(png)), std::tuple(colours <= 256 ? 3 : 6, RgbaOf(picture)));
     }
-    for (const size_t each : {80u, 150u}) {  // three frames: 240 values in all, then 450
+    // Each frame after the first is stored as the rectangle where it differs from the one before: here
+    // frame 3 changes a block of 6 x 4 pixels to one opaque colour, frame 4 one of them in its green
+    // alone, frame 5 turns one pixel translucent, which must replace what lay below, and frame 6 changes
+    // nothing.
+    const auto edit = [](RgbaPicture picture, int x, int y, uint32_t value) {
+        std::memcpy(picture.Row(y) + 4 * x, &value, 4);
+        return picture;
+    };
+    for (const size_t each : {80u, 150u}) {  // two different frames: 160 values in all, then 300
         SCOPED_TRACE(each);
-        const std::vector<RgbaPicture> frames{draw(each), draw(each), draw(each)};
-        ApngWriter writer(40, 30, 3, 10, 2);
+        std::vector<RgbaPicture> frames{edit(draw(each), 0, 0, 0), draw(each)};  // one pixel transparent
+        RgbaPicture block = frames[1];
+        for (int y = 10; y < 14; ++y)
+            for (int x = 3; x < 9; ++x) block = edit(block, x, y, 0xFF102030);
+        uint32_t greener;
+        std::memcpy(&greener, block.Row(13) + 4 * 8, 4);
+        frames.push_back(block);
+        frames.push_back(edit(block, 8, 13, greener ^ 0x100));
+        frames.push_back(edit(frames.back(), 20, 20, 0x80000000));
+        frames.push_back(frames.back());
+        ApngWriter writer(40, 30, 6, 10, 2);
         for (const RgbaPicture& frame : frames) ASSERT_TRUE(writer.Add(frame));
         Bytes apng;
         ASSERT_TRUE(writer.Finish(apng));
         EXPECT_EQ(colourType(apng), each == 80 ? 3 : 6);
-        EXPECT_EQ(DecodeApngFrames(apng), (std::vector<Rgba>{RgbaOf(frames[0]), RgbaOf(frames[1]), RgbaOf(frames[2])}));
+        std::vector<Rgba> expected;
+        for (const RgbaPicture& frame : frames) expected.push_back(RgbaOf(frame));
+        EXPECT_EQ(DecodeApngFrames(apng), expected);
+        std::vector<Bytes> controls;
+        for (const auto& [type, data] : ChunksOf(apng))
+            if (type == "fcTL") controls.push_back(Bytes(data.begin() + 4, data.begin() + 20)), controls.back().push_back(data[25]);
+        // size, place, blend: the opaque block goes over, the unchanged pixels in it transparent
+        EXPECT_EQ(controls.at(2), (Bytes{0, 0, 0, 6, 0, 0, 0, 4, 0, 0, 0, 3, 0, 0, 0, 10, 1}));
+        EXPECT_EQ(controls.at(5), (Bytes{0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
     }
     // Frames are held until the end: more than the writer may hold are refused, not piled up.
     ApngWriter small(40, 30, 3, 10, 1, 2 * (40 * 4 + 1) * 30);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <random>
 
+#include "base/Host.h"
+#include "colour/Palettes.h"
 #include "Writers.h"
 
 namespace fixtures {
@@ -188,6 +190,54 @@ FrameFixture EncodeFrame(const Art& art, int32_t hotspotX, int32_t hotspotY) {
     frame.HotspotY = hotspotY;
     for (int32_t y = 0; y < art.Height; ++y) frame.Rows.push_back(EncodeRow(&art.At(0, y), art.Width));
     return frame;
+}
+
+Bytes RandomSprite(uint32_t seed) {
+    std::mt19937 random(seed);
+    auto pick = [&](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(random); };
+    std::vector<FrameFixture> frames;
+    for (int f = pick(1, 4); f > 0; --f) {
+        FrameFixture frame = EncodeFrame(RandomArt(pick(1, 400), pick(1, 40), seed * 8 + uint32_t(f)), pick(-50, 50), pick(-9, 60));
+        for (RowFixture& row : frame.Rows)
+            if (row.Left != BlankRow && pick(0, 5) == 0) row.Right = int16_t(row.Right / 2);
+        frames.push_back(frame);
+        if (pick(0, 2) == 0) frames.push_back(frame), frames.back().HotspotX += 7;
+    }
+    return WriteSprite(frames);
+}
+
+std::vector<DecodedFrame> DecodeFrames(const Bytes& sprite, std::vector<FramePixels>* pixels) {
+    const SLPFile file{"memory.slp", sprite};
+    SLPHeader header;
+    std::vector<SLPFrameInfo> frames;
+    if (!ParseSLPHeaders(file, header, frames)) return {};
+    if (pixels) pixels->clear();
+    const ColourLookup lookup(Palette);
+    QuietHost quiet;
+    std::vector<DecodedFrame> decoded;
+    for (const SLPFrameInfo& frame : frames) {
+        cDIBSection image, mask;
+        (void)DecodeSLPFrame(file, frame, image, mask, false, quiet, DecodedColours);
+        decoded.push_back({frame, image.EncodeBitmap(), mask.EncodeBitmap()});
+        if (!pixels) continue;
+        FramePixels& made = pixels->emplace_back();
+        if (!PixelsFromSurfaces(image, mask, lookup, FirstPlayer, made)) made.Width = -1;  // which the encoder refuses
+        made.HotspotX = frame.HotspotX, made.HotspotY = frame.HotspotY;
+    }
+    return decoded;
+}
+
+std::string DecodedDifference(const std::vector<DecodedFrame>& got, const std::vector<DecodedFrame>& want) {
+    if (got.size() != want.size()) return std::to_string(got.size()) + " frames for " + std::to_string(want.size());
+    for (size_t f = 0; f < got.size(); ++f) {
+        const SLPFrameInfo &a = got[f].Info, &b = want[f].Info;
+        const std::string frame = "frame " + std::to_string(f + 1);
+        if (a.Width != b.Width || a.Height != b.Height) return frame + ": another size";
+        if (a.HotspotX != b.HotspotX || a.HotspotY != b.HotspotY) return frame + ": another hot spot";
+        if (got[f].Image != want[f].Image) return frame + ": other colours";
+        if (got[f].Mask != want[f].Mask) return frame + ": other layers";
+    }
+    return {};
 }
 
 std::vector<uint32_t> ExpectedImage(const Art& art, std::span<const uint32_t, 256> palette) {

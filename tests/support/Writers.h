@@ -9,6 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "slp/SLPCodeNew.h"
+#include "slp/SLPEncode.h"
+
 namespace fixtures {
 
 using Bytes = std::vector<uint8_t>;
@@ -105,6 +108,23 @@ Art RandomArt(int32_t width, int32_t height, uint32_t seed);
 // Encodes a picture as an SLP frame, using every command form where it fits: margins for transparent
 // ends, blank rows, colour lists and fills, player lists and fills, shadow runs, outline pixels and runs.
 FrameFixture EncodeFrame(const Art& art, int32_t hotspotX = 0, int32_t hotspotY = 0);
+
+// A sprite of one to four random frames for round trips: pictures of runs of every layer (RandomArt),
+// some repeated under another hot spot, and some rows cut short, which leaves the rest of them undrawn.
+Bytes RandomSprite(uint32_t seed);
+
+// A frame as the decoder leaves it, in the decoded colours and the palette in force: its record and
+// both surfaces as BMP files.
+struct DecodedFrame {
+    SLPFrameInfo Info;
+    Bytes Image, Mask;
+};
+// Every frame of a sprite, none when its headers don't parse; with `pixels`, each also turned back into
+// the encoder's pixels (a width of -1 where the surfaces would not turn).
+std::vector<DecodedFrame> DecodeFrames(const Bytes& sprite, std::vector<FramePixels>* pixels = nullptr);
+// How two sprites' frames differ, in sizes, hot spots or either surface: the first difference, or
+// nothing when they decode alike.
+std::string DecodedDifference(const std::vector<DecodedFrame>& got, const std::vector<DecodedFrame>& want);
 
 // The colour values a frame of art must decode to, surface by surface (row by row from the top).
 std::vector<uint32_t> ExpectedImage(const Art& art, std::span<const uint32_t, 256> palette);
