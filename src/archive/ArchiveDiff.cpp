@@ -152,6 +152,8 @@ private:
             ends[side] = DecodeSLPFrame(sprites[side], side ? b : a, images[side], masks[side], false, nobody, DecodedColours, palette_).Code;
         }
         if (ends[0] != ends[1]) return false;
+        // A frame with no pixels, or too large to draw, leaves surfaces without rows to compare.
+        if (!images[0].IsCreated() || !images[1].IsCreated()) return images[0].IsCreated() == images[1].IsCreated();
         const size_t rowBytes = 3 * static_cast<size_t>(images[0].Width());
         for (int32_t y = 0; y < images[0].Height(); ++y) {
             if (std::memcmp(images[0].RowPointer(y), images[1].RowPointer(y), rowBytes) != 0 ||
