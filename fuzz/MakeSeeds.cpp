@@ -56,6 +56,10 @@ int main(int argc, char** argv) {
                                           {StoredTag("wav"), {{5000, WriteWavTone(8000, 0.01, 440)}}},
                                           {StoredTag("bin"), {{50500, BytesOf(text)}, {50501, {}}}}}}));
         }
+        // Sprites last, so that the byte the diff target changes lies in one.
+        Write(out / "Diff", "sprites-last.drs",
+              WriteArchive({Flavour::Year2001, {{StoredTag("bin"), {{7, {1, 2}}, {7, {3}}}},
+                                                {StoredTag("slp"), {{1000, Sprite(3, 8)}, {1001, Sprite(2, 5)}}}}}));
         Write(out / "Sprite", "one-frame.slp", Sprite(1, 6));
         Write(out / "Sprite", "walker.slp", Sprite(5, 12));
         // 8,192 rows that all walk one stream of 60,000 empty lists from far left of the frame: the

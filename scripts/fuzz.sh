@@ -11,7 +11,7 @@ set -euo pipefail
 
 build=build/fuzz
 seconds=${FUZZ_SECONDS:-60}
-read -ra targets <<<"${FUZZ_TARGETS:-Catalogue Sprite Palette TextPreview Registry Descriptions Picture SLXBundle RoundTrip}"
+read -ra targets <<<"${FUZZ_TARGETS:-Catalogue Sprite Palette TextPreview Registry Descriptions Picture SLXBundle RoundTrip Diff}"
 declare -A maxLength=([Sprite]=131072 [RoundTrip]=131072 [SLXBundle]=65536)
 
 "$build/bin/make-fuzz-seeds" "$build/seeds"

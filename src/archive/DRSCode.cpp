@@ -45,14 +45,21 @@ std::string HeadingText(const DRSTableRecord& table) {
            std::to_string(table.EntryCount) + ")--";
 }
 
+}  // namespace
+
+std::string TableNameOfTag(const std::array<char, 4>& tag) {
+    const std::string name = ReverseTypeTag({tag.data(), tag.size()});
+    const size_t first = name.find_first_not_of(' ');
+    if (first == std::string::npos) return {};
+    return name.substr(first, name.find_last_not_of(' ') + 1 - first);
+}
+
 int32_t KindOfTag(const std::string& name) {
     if (name == "WAV") return KindWAV;
     if (name == "BIN") return KindBIN;
     if (name == "SLP") return KindSLP;
     return KindOther;
 }
-
-}  // namespace
 
 std::string ReverseTypeTag(std::string_view tag) {
     std::string name;
@@ -62,13 +69,21 @@ std::string ReverseTypeTag(std::string_view tag) {
     return name;
 }
 
-CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host, bool readAnyway) {
+CatalogueResult ReadDRSDirectory(ReadOnlyFile& archive, DRSDirectory& directory, bool readAnyway) {
     const int32_t headerAt = HeaderPosition(archive, readAnyway);
     if (headerAt == 0) return Outcome::Failure(Fault::NotThisKind, "not an archive of a known flavour");
 
+    DRSDirectory read;
+    read.CopyrightBlock.resize(static_cast<size_t>(headerAt));
     std::array<uint8_t, HeaderRecordSize> header{};
-    if (!ReadExactly(archive, headerAt, header)) return Damaged("the header is cut off");
-    const int32_t tableCount = LoadI32(header.data() + 16);
+    if (!ReadExactly(archive, 0, read.CopyrightBlock) || !ReadExactly(archive, headerAt, header)) {
+        return Damaged("the header is cut off");
+    }
+    std::copy_n(header.begin(), 4, read.Header.Version.begin());
+    std::copy_n(header.begin() + 4, 12, read.Header.ArchiveType.begin());
+    read.Header.TableCount = LoadI32(header.data() + 16);
+    read.Header.DataOffset = LoadI32(header.data() + 20);
+    const int32_t tableCount = read.Header.TableCount;
     if (tableCount < 0 || tableCount > MaxListRows) {
         return Damaged("table count " + std::to_string(tableCount) + " is out of range");
     }
@@ -76,46 +91,54 @@ CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host, bool readAny
     std::vector<uint8_t> tableBytes(size_t(tableCount) * TableRecordSize);
     if (!ReadExactly(archive, headerAt + HeaderRecordSize, tableBytes)) return Damaged("the table records are cut off");
 
-    std::vector<DRSTableRecord> tables(static_cast<size_t>(tableCount));
+    read.Tables.resize(static_cast<size_t>(tableCount));
     int64_t entryTotal = 0;
-    for (size_t t = 0; t < tables.size(); ++t) {
+    for (size_t t = 0; t < read.Tables.size(); ++t) {
+        DRSTableRecord& table = read.Tables[t].Record;
         const uint8_t* record = tableBytes.data() + t * TableRecordSize;
-        std::copy_n(record, 4, tables[t].TypeTag.begin());
-        tables[t].EntriesOffset = LoadI32(record + 4);
-        tables[t].EntryCount = LoadI32(record + 8);
-        if (tables[t].EntryCount < 0 || tables[t].EntriesOffset < 0) {
+        std::copy_n(record, 4, table.TypeTag.begin());
+        table.EntriesOffset = LoadI32(record + 4);
+        table.EntryCount = LoadI32(record + 8);
+        if (table.EntryCount < 0 || table.EntriesOffset < 0) {
             return Damaged("table " + std::to_string(t + 1) + " has a negative offset or count");
         }
-        entryTotal += tables[t].EntryCount;
+        entryTotal += table.EntryCount;
         if (entryTotal > MaxEntries || entryTotal + tableCount > MaxListRows) {
             return Damaged("the archive has more entries than the list can hold");
         }
     }
 
-    // Build everything aside first, so that a damaged archive leaves the catalogue and list as they were.
-    std::vector<CatalogueRow> catalogue;
-    std::vector<ListRow> rows;
-    catalogue.reserve(size_t(entryTotal) + tables.size());
-    rows.reserve(catalogue.capacity());
     std::vector<uint8_t> entryBytes;
-    for (size_t t = 0; t < tables.size(); ++t) {
-        const DRSTableRecord& table = tables[t];
-        rows.push_back({HeadingText(table), KindHeading});
-        catalogue.emplace_back();
-
-        entryBytes.resize(size_t(table.EntryCount) * EntryRecordSize);
-        if (!ReadExactly(archive, table.EntriesOffset, entryBytes)) {
+    for (size_t t = 0; t < read.Tables.size(); ++t) {
+        DRSTable& table = read.Tables[t];
+        entryBytes.resize(size_t(table.Record.EntryCount) * EntryRecordSize);
+        if (!ReadExactly(archive, table.Record.EntriesOffset, entryBytes)) {
             return Damaged("the entry records of table " + std::to_string(t + 1) + " lie past the end of the file");
         }
-        const int32_t kind = KindOfTag(ReverseTypeTag({table.TypeTag.data(), table.TypeTag.size()}));
-        for (int32_t e = 0; e < table.EntryCount; ++e) {
-            const uint8_t* record = entryBytes.data() + size_t(e) * EntryRecordSize;
-            CatalogueRow row;
-            row.ID = LoadI32(record);
-            row.Offset = LoadI32(record + 4);
-            row.Size = LoadI32(record + 8);
-            rows.push_back({std::to_string(row.ID), kind});
-            catalogue.push_back(std::move(row));
+        table.Entries.resize(static_cast<size_t>(table.Record.EntryCount));
+        for (size_t e = 0; e < table.Entries.size(); ++e) {
+            const uint8_t* record = entryBytes.data() + e * EntryRecordSize;
+            table.Entries[e] = {LoadI32(record), LoadI32(record + 4), LoadI32(record + 8)};
+        }
+    }
+    directory = std::move(read);
+    return Outcome::Success();
+}
+
+CatalogueResult ReadDRSCatalogue(ReadOnlyFile& archive, Host& host, bool readAnyway) {
+    // Everything is built aside first, so that a damaged archive leaves the catalogue and list as they were.
+    DRSDirectory directory;
+    if (CatalogueResult read = ReadDRSDirectory(archive, directory, readAnyway); !read) return read;
+    std::vector<CatalogueRow> catalogue;
+    std::vector<ListRow> rows;
+    catalogue.reserve(directory.Tables.size());
+    for (const DRSTable& table : directory.Tables) {
+        rows.push_back({HeadingText(table.Record), KindHeading});
+        catalogue.emplace_back();
+        const int32_t kind = KindOfTag(ReverseTypeTag({table.Record.TypeTag.data(), table.Record.TypeTag.size()}));
+        for (const DRSEntryRecord& entry : table.Entries) {
+            rows.push_back({std::to_string(entry.ID), kind});
+            catalogue.push_back({entry.ID, entry.Offset, entry.Size, {}});
         }
     }
 

@@ -80,6 +80,24 @@ inline int16_t CatalogueCode(const CatalogueResult& result) {
     return result.Ok() ? CatalogueBuilt : result.Code == Fault::NotThisKind ? CatalogueRefused : CatalogueDamaged;
 }
 
+// An archive's directory as the file holds it, read without the list or the catalogue: the bytes
+// before the header record (the flavour's magic and the rest of its copyright block), the header
+// record, and each table's record with its entries, in file order.
+struct DRSTable {
+    DRSTableRecord Record;
+    std::vector<DRSEntryRecord> Entries;
+};
+
+struct DRSDirectory {
+    std::vector<uint8_t> CopyrightBlock;  // HeaderAt2001 or HeaderAt1997 bytes
+    DRSHeaderRecord Header;
+    std::vector<DRSTable> Tables;
+};
+
+// Reads the directory under the same rules and limits as ReadDRSCatalogue, which it serves; directory
+// is only changed on success.
+CatalogueResult ReadDRSDirectory(ReadOnlyFile& archive, DRSDirectory& directory, bool readAnyway = false);
+
 // Reads the archive's directory, replaces DRSCatalogue and fills the host's list: a heading row per
 // table, a row per entry. A file of neither flavour is refused unless readAnyway, when it is read as
 // the flavour whose header lies at 40 (the window asks InvalidFormatQuestion first). On any failure,
@@ -94,6 +112,11 @@ CatalogueResult ReadSpriteCatalogue(ReadOnlyFile& file, const std::string& rowTe
 
 // The fourth, third and second character of a table tag, upper-cased: "nibX"... reads "BIN".
 std::string ReverseTypeTag(std::string_view tag);
+// A table's name as the list's heading shows it, without the blanks at either end that a tag of fewer
+// than three letters leaves: what pack and diff know a table by.
+std::string TableNameOfTag(const std::array<char, 4>& tag);
+// The kind of a table's entries by its name as ReverseTypeTag reads it: KindSLP for "SLP", and so on.
+int32_t KindOfTag(const std::string& name);
 
 // Copies the entry's Size bytes at Offset into a new file at path, replacing what stood there.
 // On failure it keeps what was written and says why; the window then shows "Error saving file!".

@@ -75,6 +75,7 @@ std::pair<CLI::App*, Options*> AddCommand(CLI::App& app, CommandTable& table, co
 
 // The families, in the order the help lists their commands.
 void AddArchiveCommands(CLI::App& app, CommandTable& table);  // list, extract, extract-all
+void AddPackCommands(CLI::App& app, CommandTable& table);     // pack, diff
 void AddSpriteCommands(CLI::App& app, CommandTable& table);   // info, frame, sequence, slx
 void AddExportCommand(CLI::App& app, CommandTable& table);    // export
 void AddConvertCommand(CLI::App& app, CommandTable& table);   // convert

@@ -89,6 +89,24 @@ Outputs::Result Outputs::Write(const std::string& path, std::span<const uint8_t>
     return written ? Result::Written : Fail(path, written.Detail);
 }
 
+Outputs::Result Outputs::WriteStreamed(const std::string& path, const std::function<Outcome(const Sink&)>& produce) {
+    const auto failed = [&](const Outcome& failure) { return Fail(failure.File.empty() ? path : failure.File, failure.Detail); };
+    if (path == "-") {
+        const Outcome written = produce([](std::span<const uint8_t> bytes) {
+            const int error = WriteAll(STDOUT_FILENO, bytes);
+            return error == 0 ? Outcome::Success() : Outcome::Failure(Fault::CannotWrite, SystemReason(error), "standard output");
+        });
+        return written ? Result::Written : failed(written);
+    }
+    if (!IsSafe(path)) return Result::Failed;
+    if (KeptAsItIs(path)) return Result::Kept;
+    FileWriter file(path, WritePolicy::Staged, FileAccess::Shared, &written_);
+    Outcome written = file.Open();
+    if (written) written = produce([&](std::span<const uint8_t> bytes) { return file.Write(bytes); });
+    if (written) written = file.Finish();
+    return written ? Result::Written : failed(written);
+}
+
 Outputs::Result Outputs::Place(const std::string& staged, const std::string& path) {
     if (!IsSafe(path)) return Result::Failed;
     if (KeptAsItIs(path)) return Result::Kept;

@@ -10,6 +10,7 @@
 // - "-" is standard output.
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -24,6 +25,8 @@ public:
 
     // A file the command reads; "-" (standard input) and names that don't exist are no file.
     void AddInput(const std::string& path);
+    // The same for a file already looked at, by its device and inode.
+    void AddInput(dev_t device, ino_t inode) { inputs_.push_back({device, inode}); }
 
     // False, after one line on stderr, when path is one of the inputs.
     bool IsSafe(const std::string& path) const;
@@ -37,6 +40,12 @@ public:
     // Writes bytes as the file path, or to standard output for "-". Kept: it exists and --no-clobber
     // keeps it (said in one line). Failed: the reason has been said in one line.
     Result Write(const std::string& path, std::span<const uint8_t> bytes);
+
+    // Writes the file path, or standard output for "-", by the same rules from what produce hands its
+    // sink piece by piece: for a file too large to hold in memory. A failure of produce is said naming
+    // the file it names, else path.
+    using Sink = std::function<Outcome(std::span<const uint8_t>)>;
+    Result WriteStreamed(const std::string& path, const std::function<Outcome(const Sink&)>& produce);
 
     // Moves a finished file from a staging folder in the same folder as path onto path, by the same rules.
     Result Place(const std::string& staged, const std::string& path);

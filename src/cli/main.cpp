@@ -11,7 +11,7 @@
 namespace {
 
 constexpr std::string_view CommandNames =
-    "list, extract, extract-all, info, frame, sequence, slx, palette, export, convert, encode, thumbnail";
+    "list, extract, extract-all, pack, diff, info, frame, sequence, slx, palette, export, convert, encode, thumbnail";
 
 // An unknown command is named, with the ones there are; false after saying so.
 bool KnownCommand(const CLI::App& app, int argc, char** argv) {
@@ -37,8 +37,8 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     app.footer(std::string("Commands: ") + std::string(CommandNames) + ". Each has its own --help.");
     CommandTable commands;
-    for (auto add : {AddArchiveCommands, AddSpriteCommands, AddExportCommand, AddConvertCommand, AddEncodeCommand,
-                     AddThumbnailCommand, AddPaletteCommand})
+    for (auto add : {AddArchiveCommands, AddPackCommands, AddSpriteCommands, AddExportCommand, AddConvertCommand,
+                     AddEncodeCommand, AddThumbnailCommand, AddPaletteCommand})
         add(app, commands);
 
     if (!KnownCommand(app, argc, argv)) return ExitUsage;

@@ -31,7 +31,7 @@ TEST_F(CliTest, AFailureSaysWhyInOneLineAndLeavesEveryFileAsItWas) {
     const std::tuple<std::string, int, std::string> cases[] = {
         // The command line.
         {"", 2, "brindle-cli: no command given"}, {"extract test.drs --id 5 --id 12 x", 2, "several IDs go into a folder"},
-        {"foo", 2, "brindle-cli: foo: unknown command; the commands are list, extract, extract-all, info, frame, sequence, slx, palette"},
+        {"foo", 2, "brindle-cli: foo: unknown command; the commands are list, extract, extract-all, pack, diff, info, frame, sequence, slx, palette"},
         {"list test.drs --wide", 2, "brindle-cli: list: The following argument was not expected: --wide (see brindle-cli list --help)"},
         {"extract test.drs notanumber x", 2, "brindle-cli: extract: ROW is a number from the list, not notanumber (see brindle-cli extract --help)"},
         {"frame walk.slp 1 x --mask red", 2, "is written #RRGGBB"}, {"frame walk.slp 1 x --player 9", 2, "--player: Value "},
