@@ -80,6 +80,9 @@ int EncodePictures(const EncodeOptions& options, EncodeInputKind kind, const std
         Complain(options.Command, name, made.Detail);
         return ExitFailed;
     }
+    if (report.Repainted > 0) {
+        Complain(options.Command, name, std::to_string(report.Repainted) + " pixels painted over their layer were read by their colour");
+    }
     if (report.Inexact > 0) {
         Complain(options.Command, name, std::to_string(report.Inexact) + " pixels were not exact: drawn in the nearest colour of the "
                                         "palette, or of an alpha taken as opaque or transparent");

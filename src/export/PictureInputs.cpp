@@ -79,6 +79,23 @@ private:
     std::unordered_map<uint64_t, std::pair<uint8_t, bool>> cache_;
 };
 
+// Whether a sheet's pixel is what an export draws for a pixel of that layer: transparent (alpha 0) for
+// transparent pixels, outlines and rows that ended early, or opaque outlines in their colours; black
+// below full alpha for a shadow; opaque for colour and player pixels. One that isn't has been painted
+// over in an editor, and its own colour tells what it is.
+bool Fits(PixelLayer layer, const uint8_t* p) {
+    const uint32_t colour = ColourOf(p);
+    const uint8_t alpha = p[3];
+    switch (layer) {
+    case PixelLayer::Colour:
+    case PixelLayer::Player: return alpha == 255;
+    case PixelLayer::Shadow: return colour == 0 && alpha != 255;
+    case PixelLayer::OutlineInner: return alpha == 0 || (alpha == 255 && colour == 0xFF0000);
+    case PixelLayer::OutlineOuter: return alpha == 0 || (alpha == 255 && colour == 0x00FFFF);
+    default: return alpha == 0;
+    }
+}
+
 // One pixel by the rules of its RGBA value.
 void ByRules(const uint8_t* p, const PictureRules& rules, Colours& colours, PixelLayer& layer, uint8_t& byte, PictureReport& report) {
     const uint32_t colour = ColourOf(p);
@@ -209,7 +226,7 @@ Outcome PixelsFromPicture(const RgbaPicture& picture, const RgbaPicture* layers,
     Colours colours(rules);
     // Pixels come in runs: one alike the pixel before it takes that one's layer and byte.
     uint64_t last = UINT64_MAX;
-    int64_t lastInexact = 0;
+    int64_t lastInexact = 0, lastRepainted = 0;
     for (int32_t row = 0; row < height; ++row) {
         const uint8_t* p = picture.Row(y + row) + 4 * size_t(x);
         const uint8_t* code = layers ? layers->Row(y + row) + 4 * size_t(x) : nullptr;
@@ -221,19 +238,20 @@ Outcome PixelsFromPicture(const RgbaPicture& picture, const RgbaPicture* layers,
             const uint64_t pixel = uint64_t{codeColour} << 32 | (ColourOf(p) | uint32_t{p[3]} << 24);
             if (pixel == last) {
                 layer = frame.Layers[at - 1], byte = frame.Bytes[at - 1];  // at - 1: the run goes on within the frame
-                report.Inexact += lastInexact;
+                report.Inexact += lastInexact, report.Repainted += lastRepainted;
                 continue;
             }
-            const int64_t inexact = report.Inexact;
-            if (!code) {
+            const int64_t inexact = report.Inexact, repainted = report.Repainted;
+            bool known = true;
+            if (code) layer = LayerOfCode(codeColour, known);
+            if (!known) {
+                return Outcome::Failure(Fault::Damaged, "the layers picture's pixel (" + std::to_string(x + column) + ", " +
+                                                            std::to_string(y + row) + ") is the colour of no layer");
+            }
+            if (!code || !Fits(layer, p)) {
+                if (code) ++report.Repainted;
                 ByRules(p, rules, colours, layer, byte, report);
             } else {
-                bool known = false;
-                layer = LayerOfCode(codeColour, known);
-                if (!known) {
-                    return Outcome::Failure(Fault::Damaged, "the layers picture's pixel (" + std::to_string(x + column) + ", " +
-                                                                std::to_string(y + row) + ") is the colour of no layer");
-                }
                 bool exact = true;
                 if (layer == PixelLayer::Colour) byte = colours.IndexOf(ColourOf(p), 0, exact);
                 if (layer == PixelLayer::Player) {
@@ -242,8 +260,14 @@ Outcome PixelsFromPicture(const RgbaPicture& picture, const RgbaPicture* layers,
                 }
                 if (!exact) ++report.Inexact;
             }
-            last = pixel, lastInexact = report.Inexact - inexact;
+            last = pixel, lastInexact = report.Inexact - inexact, lastRepainted = report.Repainted - repainted;
         }
+        // A row ends early only at its end: where a pixel was painted past that end, the row reaches it
+        // through transparent pixels.
+        PixelLayer* begin = &frame.Layers[size_t(row) * size_t(width)];
+        const auto drawn = std::find_if(std::make_reverse_iterator(begin + width), std::make_reverse_iterator(begin),
+                                        [](PixelLayer l) { return l != PixelLayer::Nothing; });
+        std::replace(begin, drawn.base(), PixelLayer::Nothing, PixelLayer::Transparent);
     }
     return Outcome::Success();
 }

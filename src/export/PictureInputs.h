@@ -3,7 +3,9 @@
 // (as `export --format sheet` writes it), or PNG files, one a frame.
 //
 // A sheet with a layers picture (`--layers`) tells each pixel's layer by its colour there, as an SLX
-// bundle's mask does. Without one, and for PNG files, each pixel's layer comes from its RGBA value:
+// bundle's mask does, wherever the sheet's pixel still looks like that layer (opaque for a colour,
+// black and translucent for a shadow, transparent for the rest); a pixel painted over in an editor goes
+// by its own colour. Without layers, and for PNG files, each pixel's layer comes from its RGBA value:
 //
 //   alpha 0                                  transparent
 //   black, alpha 1 to 254                    shadow
@@ -35,10 +37,12 @@ struct PictureRules {
 };
 
 // What reading pictures found beside the frames: the pixels placed in a layer other than their own
-// colour says, or drawn in the nearest colour; and the picture files read, which a caller must not
-// write over.
+// colour says, or drawn in the nearest colour; the pixels of a sheet painted over in an editor, so that
+// they no longer look like their layer in the layers picture, which were read by their own colour
+// instead; and the picture files read, which a caller must not write over.
 struct PictureReport {
     int64_t Inexact = 0;
+    int64_t Repainted = 0;
     std::vector<std::string> Files;
 };
 

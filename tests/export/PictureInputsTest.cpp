@@ -159,6 +159,22 @@ TEST(PictureInputs, PixelsWithoutLayersGoByTheirColours) {
     }
 }
 
+// Where a sheet's pixel no longer looks like its layer, it was painted over in an editor and goes by its
+// colour: a transparent pixel painted, a colour pixel erased, a pixel painted past a row's early end.
+TEST(PictureInputs, PixelsPaintedOverTheirLayerGoByTheirColours) {
+    const PictureRules rules = Rules();
+    const uint32_t M = 0xFF00FFFF, W = 0xFFFFFFFF, N = 0x000000FF;  // layers: transparent, colour, nothing
+    const RgbaPicture layers = Picture(4, 2, {M, W, W, M, W, N, N, N});
+    const RgbaPicture sheet = Picture(4, 2, {Rgba(Palette[9]), Rgba(Palette[13]), 0, 0, Rgba(Palette[11]), 0, 0, Rgba(Palette[12])});
+    FramePixels frame;
+    PictureReport report;
+    ASSERT_TRUE(PixelsFromPicture(sheet, &layers, 0, 0, 4, 2, rules, frame, report));
+    using L = PixelLayer;
+    EXPECT_EQ(std::tuple(frame.Layers, frame.Bytes, report.Repainted),
+              std::tuple(std::vector<L>{L::Colour, L::Colour, L::Transparent, L::Transparent, L::Colour, L::Transparent, L::Transparent, L::Colour},
+                         Bytes{9, 13, 0, 0, 11, 0, 0, 12}, 3));
+}
+
 // PNG files, one a frame, are trimmed to the box of their pixels that are not transparent, and the hot
 // spot given on the canvas moves with the trim; a picture of nothing keeps one transparent pixel.
 TEST(PictureInputs, PicturesAreTrimmedWithTheirHotSpot) {
