@@ -72,6 +72,28 @@ inline fixtures::Bytes WriteConvertArchive() {
     return WriteArchive({Flavour::Year2001, {{StoredTag("slp"), entries}}});
 }
 
+// The same 200 sprites as animations whose frames share most pixels, as a unit's do: one body drawn
+// once, and in each frame a limb (a block of a quarter of each side) drawn anew a few pixels further on.
+inline fixtures::Bytes WriteAnimationArchive() {
+    using namespace fixtures;
+    std::vector<EntryFixture> entries;
+    for (int32_t id = 1; id <= 200; ++id) {
+        const int32_t width = 48 + id * 37 % 113, height = 48 + id * 53 % 113;
+        const Art body = SpriteArt(width, height, uint32_t(id));
+        std::vector<FrameFixture> frames;
+        for (int32_t f = 0; f < 6; ++f) {
+            Art frame = body;
+            const Art limb = SpriteArt(width / 4, height / 4, uint32_t(id * 6 + f));
+            const int32_t left = width / 4 + f * width / 24, top = height / 2;
+            for (int32_t y = 0; y < limb.Height; ++y)
+                for (int32_t x = 0; x < limb.Width; ++x) frame.At(left + x, top + y) = limb.At(x, y);
+            frames.push_back(EncodeFrame(frame, width / 2, height - 4));
+        }
+        entries.push_back({id, WriteSprite(frames)});
+    }
+    return WriteArchive({Flavour::Year2001, {{StoredTag("slp"), entries}}});
+}
+
 // 2,000 entries laid out as extract-all lays them out, about 40 MB: 1,500 sprites of 1 to 48 KiB in
 // 01-SLP, 400 sounds of 8 to 96 KiB in 02-WAV, 100 data entries of up to 4 KiB in 03-BIN. Packing
 // reads no entry's content, so the bytes are random.
