@@ -175,34 +175,21 @@ TEST(PictureInputs, PixelsPaintedOverTheirLayerGoByTheirColours) {
                          Bytes{9, 13, 0, 0, 11, 0, 0, 12}, 3));
 }
 
-// PNG files, one a frame, are trimmed to the box of their pixels that are not transparent, and the hot
-// spot given on the canvas moves with the trim; a picture of nothing keeps one transparent pixel.
-TEST(PictureInputs, PicturesAreTrimmedWithTheirHotSpot) {
-    const TempDir dir;
+// A PNG frame is trimmed to the box of its pixels that are not transparent, the hot spot moving with it
+// (the command line's test trims a sprite's frame); a picture of nothing keeps one transparent pixel.
+TEST(PictureInputs, PicturesAreTrimmedToTheirPixelsOrToOne) {
     const PictureRules rules = Rules();
-    const uint32_t o = Rgba(Palette[50]), t = 0;
-    const std::vector<std::vector<uint32_t>> canvases = {
-        {t, t, t, t, t, t, o, t, t, t, t, o, o, t, t, t, t, t, t, t},  // 5 x 4: box (1, 1) to (2, 2)
-        {t, t, t, t, t, t, t, t, t, t, t, t, t, t, t, t, t, t, t, o},  // the last pixel alone
-        std::vector<uint32_t>(20, t),
-    };
-    std::vector<std::string> paths;
-    for (size_t i = 0; i < canvases.size(); ++i) {
+    std::vector<uint32_t> lone(20, 0);
+    lone.back() = Rgba(Palette[50]);
+    for (const auto& [pixels, want] : {std::pair{lone, std::tuple(1, 1, -2, 0, PixelLayer::Colour)},
+                                       std::pair{std::vector<uint32_t>(20, 0), std::tuple(1, 1, 2, 3, PixelLayer::Transparent)}}) {
         Bytes png;
-        ASSERT_TRUE(EncodePng(Picture(5, 4, canvases[i]), png));
-        paths.push_back(dir / ("f" + std::to_string(i) + ".png"));
-        WriteFileBytes(paths.back(), png);
+        ASSERT_TRUE(EncodePng(Picture(5, 4, pixels), png));
+        FramePixels f;
+        PictureReport report;
+        ASSERT_TRUE(FrameFromPng(png, 2, 3, rules, f, report));
+        EXPECT_EQ(std::tuple(f.Width, f.Height, f.HotspotX, f.HotspotY, f.Layers.at(0)), want);
     }
-    std::vector<FramePixels> frames;
-    PictureReport report;
-    ASSERT_TRUE(FramesFromPictures(paths, 2, 3, rules, frames, report));
-    ASSERT_EQ(frames.size(), 3u);
-    const auto shape = [](const FramePixels& f) { return std::tuple(f.Width, f.Height, f.HotspotX, f.HotspotY); };
-    EXPECT_EQ(shape(frames[0]), std::tuple(2, 2, 1, 2));
-    EXPECT_EQ(frames[0].Layers, (std::vector<PixelLayer>{PixelLayer::Colour, PixelLayer::Transparent, PixelLayer::Colour, PixelLayer::Colour}));
-    EXPECT_EQ(frames[0].Bytes[0], 50);
-    EXPECT_EQ(shape(frames[1]), std::tuple(1, 1, -2, 0));
-    EXPECT_EQ(std::tuple(shape(frames[2]), frames[2].Layers[0]), std::tuple(std::tuple(1, 1, 2, 3), PixelLayer::Transparent));
 }
 
 // A sheet is read from what lies beside its JSON alone, within its bounds, and says what it can't read.
