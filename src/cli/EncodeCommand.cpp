@@ -56,9 +56,8 @@ int EncodePictures(const EncodeOptions& options, EncodeInputKind kind, const std
                    Outputs& outputs, std::vector<uint8_t>& slp) {
     int32_t x = 0, y = 0;
     char comma = 0, more = 0;
-    if (!options.Hotspot.empty() &&
-        (kind != EncodeInputKind::Picture || std::sscanf(options.Hotspot.c_str(), "%d%c%d%c", &x, &comma, &y, &more) != 3 || comma != ',')) {
-        return Usage(options, kind == EncodeInputKind::Picture ? "--hotspot is X,Y, two whole numbers" : "--hotspot goes with PNG files");
+    if (!options.Hotspot.empty() && (std::sscanf(options.Hotspot.c_str(), "%d%c%d%c", &x, &comma, &y, &more) != 3 || comma != ',')) {
+        return Usage(options, "--hotspot is X,Y, two whole numbers");
     }
     const PictureRules rules{Palette, options.Colours.Player, options.Outlines};
     PictureReport report;
@@ -112,9 +111,9 @@ int RunEncode(const EncodeOptions& given) {
     if (kind != EncodeInputKind::Picture && options.Inputs.size() > 1) {
         return Usage(options, "PNG files come several at once, one a frame; an SLX bundle or a sheet comes alone");
     }
+    if (kind != EncodeInputKind::Picture && !options.Hotspot.empty()) return Usage(options, "--hotspot goes with PNG files");
     switch (kind) {
         case EncodeInputKind::SLXBundle:
-            if (!options.Hotspot.empty()) return Usage(options, "--hotspot goes with PNG files");
             if (const int status = EncodeBundle(options, name, input, outputs, slp); status != ExitOk) return status;
             break;
         case EncodeInputKind::Sheet:
