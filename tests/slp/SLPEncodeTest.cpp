@@ -122,6 +122,30 @@ TEST(SLPEncode, FilesAreNoLargerThanTheWritersAndFramesDrawnAlikeShareTheirTable
     EXPECT_EQ(two.size(), one.size() + 32);  // a frame record, and nothing else
 }
 
+// Every length form at its edges: a run of each layer, of one byte and of many, one short of, at and one
+// past the largest count of each form, between two colour pixels so that it isn't a margin.
+TEST(SLPEncode, RunsAtTheEdgesOfEachLengthFormComeBack) {
+    for (uint32_t i = 0; i < 256; ++i) Palette[i] = RGB(int32_t(i), 255 - int32_t(i), int32_t(i / 2));  // no colour twice
+    std::vector<FramePixels> frames;
+    for (const int32_t n : {15, 16, 17, 63, 64, 65, 255, 256, 257, 4095, 4096, 4097}) {
+        for (const PixelLayer layer : {PixelLayer::Colour, PixelLayer::Player, PixelLayer::Shadow, PixelLayer::OutlineInner,
+                                       PixelLayer::OutlineOuter, PixelLayer::Transparent}) {
+            for (const bool alike : {true, false}) {
+                FramePixels& frame = frames.emplace_back(FramePixels{n + 2, 1, 0, 0, {PixelLayer::Colour}, {1}});
+                const bool hasByte = layer == PixelLayer::Colour || layer == PixelLayer::Player;
+                for (int32_t i = 0; i < n; ++i) frame.Layers.push_back(layer), frame.Bytes.push_back(uint8_t(hasByte ? (alike ? 7 : i % 200 + 17) : 0));
+                frame.Layers.push_back(PixelLayer::Colour), frame.Bytes.push_back(2);
+            }
+        }
+    }
+    Bytes encoded;
+    ASSERT_TRUE(EncodeSLP(frames, encoded).Ok());
+    std::vector<FramePixels> back;
+    ASSERT_EQ(DecodeFrames(encoded, &back).size(), frames.size());
+    for (size_t i = 0; i < frames.size(); ++i)
+        EXPECT_EQ(std::tie(back[i].Layers, back[i].Bytes), std::tie(frames[i].Layers, frames[i].Bytes)) << "frame " << i;
+}
+
 // One line naming the frame and the limit, and no file.
 TEST(SLPEncode, LimitsAreRefusedNamingTheFrame) {
     auto blank = [](int32_t width, int32_t height) {
