@@ -2,6 +2,7 @@
 // an SLX bundle or a sheet with its layers exactly, so that the sprite decodes to what they hold; a
 // sheet without them and PNG files by the rules of their colours (export/PictureInputs.h).
 
+#include <algorithm>
 #include <cstdio>
 
 #include "base/Files.h"
@@ -94,6 +95,9 @@ int RunEncode(const EncodeOptions& given) {
     options.Output.Out = options.Inputs.back();
     options.Inputs.pop_back();
     options.Source = options.Inputs.front();
+    if (options.Inputs.size() > 1 && std::find(options.Inputs.begin(), options.Inputs.end(), "-") != options.Inputs.end()) {
+        return Usage(options, "- (standard input) comes alone");
+    }
     Outputs outputs(options.Command, options.Output.NoClobber);
     const std::string name = options.Source == "-" ? "standard input" : options.Source;
     std::vector<uint8_t> input;
@@ -108,7 +112,7 @@ int RunEncode(const EncodeOptions& given) {
 
     std::vector<uint8_t> slp;
     const EncodeInputKind kind = TellEncodeInput(input);
-    if (kind != EncodeInputKind::Picture && options.Inputs.size() > 1) {
+    if (options.Inputs.size() > 1 && kind != EncodeInputKind::Picture) {
         return Usage(options, "PNG files come several at once, one a frame; an SLX bundle or a sheet comes alone");
     }
     if (kind != EncodeInputKind::Picture && !options.Hotspot.empty()) return Usage(options, "--hotspot goes with PNG files");

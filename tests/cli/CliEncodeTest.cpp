@@ -59,6 +59,8 @@ TEST_F(CliTest, EncodeReadsSheetsAndPictures) {
               std::tuple(3, 3, 0, 1, std::vector<L>{L::Transparent, L::Transparent, L::Player, L::Colour, L::Transparent, L::Transparent,
                                                   L::Transparent, L::Shadow, L::Transparent},
                          40, 2));
+    const CliResult mixed = Run("encode p001.png - out/mixed.slp");  // standard input is no frame among files
+    EXPECT_TRUE(mixed.Code == 2 && mixed.SaysInOneLine("encode: - (standard input) comes alone")) << mixed.Err;
 }
 
 TEST_F(CliTest, EncodeWritesNothingWhenItFailsNorOverItsInputsOrWithNoClobber) {
