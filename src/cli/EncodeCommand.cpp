@@ -69,7 +69,7 @@ int EncodePictures(const EncodeOptions& options, EncodeInputKind kind, const std
     } else if (options.Source == "-") {
         read = FrameFromPng(input, x, y, rules, frames.emplace_back(), report);
     } else {
-        read = FramesFromPictures(options.Inputs, x, y, rules, frames, report);
+        read = FramesFromPictures(options.Inputs, x, y, rules, frames, report, input);
     }
     if (!read) {
         Complain(options.Command, read.File.empty() ? name : read.File, EncodeFailure(read));

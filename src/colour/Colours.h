@@ -39,3 +39,14 @@ inline constexpr LayerColours DecodedColours{0xFF00FF, 0x0000FF, 0xFF00FF, 0xFF0
 
 // On screen and in "Save as BMP": the user's four choices as they stand now, and player 1.
 LayerColours ScreenColours();
+
+// How far apart two colours are: the sum of the squares of the differences of their three bytes (red,
+// green and blue in either order), for the nearest colour where a picture holds one a palette lacks.
+constexpr int32_t ColourDistance(uint32_t a, uint32_t b) {
+    int32_t sum = 0;
+    for (int shift = 0; shift < 24; shift += 8) {
+        const int32_t d = int32_t(a >> shift & 0xFF) - int32_t(b >> shift & 0xFF);
+        sum += d * d;
+    }
+    return sum;
+}

@@ -15,6 +15,7 @@
 #include <unordered_map>
 
 #include "base/Threads.h"
+#include "colour/Colours.h"
 
 namespace {
 
@@ -409,12 +410,6 @@ constexpr int TransparentIndex = 255;
 
 uint32_t Key(const uint8_t* p) { return uint32_t{p[0]} << 16 | uint32_t{p[1]} << 8 | p[2]; }
 
-int Distance(uint32_t a, uint32_t b) {
-    const int dr = int(a >> 16 & 0xFF) - int(b >> 16 & 0xFF), dg = int(a >> 8 & 0xFF) - int(b >> 8 & 0xFF),
-              db = int(a & 0xFF) - int(b & 0xFF);
-    return dr * dr + dg * dg + db * db;
-}
-
 }  // namespace
 
 GifWriter::GifWriter(int32_t width, int32_t height, int fps) : impl_(new Impl) {
@@ -468,7 +463,7 @@ Outcome GifWriter::Add(const RgbaPicture& frame) {
         for (size_t i = kept; i < colours.size(); ++i) {
             size_t nearest = 0;
             for (size_t k = 1; k < kept; ++k)
-                if (Distance(colours[i].first, colours[k].first) < Distance(colours[i].first, colours[nearest].first)) nearest = k;
+                if (ColourDistance(colours[i].first, colours[k].first) < ColourDistance(colours[i].first, colours[nearest].first)) nearest = k;
             index[colours[i].first] = uint8_t(nearest);
         }
         notes_.push_back("frame " + std::to_string(impl_->Frames) + " has " + std::to_string(colours.size()) + " colours; the " +

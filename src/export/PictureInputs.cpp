@@ -8,6 +8,7 @@
 
 #include "base/Files.h"
 #include "base/Functions.h"
+#include "colour/Colours.h"
 #include "export/PngReader.h"
 
 namespace {
@@ -16,21 +17,6 @@ namespace {
 constexpr size_t MaxPngFileBytes = size_t{512} << 20;
 
 constexpr uint32_t ColourOf(const uint8_t* rgba) { return uint32_t{rgba[0]} | uint32_t{rgba[1]} << 8 | uint32_t{rgba[2]} << 16; }
-
-// The layers picture's colours, as the mask surface's codes stand in RGB.
-PixelLayer LayerOfCode(uint32_t colour, bool& known) {
-    known = true;
-    switch (colour) {
-    case 0xFF00FF: return PixelLayer::Transparent;
-    case 0xFFFFFF: return PixelLayer::Colour;
-    case 0x00FF00: return PixelLayer::Player;
-    case 0x0000FF: return PixelLayer::Shadow;
-    case 0xFF0000: return PixelLayer::OutlineInner;
-    case 0x00FFFF: return PixelLayer::OutlineOuter;
-    case 0x000000: return PixelLayer::Nothing;
-    default: known = false; return PixelLayer::Nothing;
-    }
-}
 
 // Palette indexes of colours, exact or nearest, each colour looked up once.
 class Colours {
@@ -59,18 +45,10 @@ public:
     }
 
 private:
-    static int32_t Distance(uint32_t a, uint32_t b) {
-        int32_t sum = 0;
-        for (int shift = 0; shift < 24; shift += 8) {
-            const int32_t d = int32_t(a >> shift & 0xFF) - int32_t(b >> shift & 0xFF);
-            sum += d * d;
-        }
-        return sum;
-    }
     int32_t Nearest(uint32_t colour, int32_t from) const {
         int32_t best = from;
         for (int32_t i = from + 1; i < 256; ++i)
-            if (Distance(colour, rules_.Palette[size_t(i)]) < Distance(colour, rules_.Palette[size_t(best)])) best = i;
+            if (ColourDistance(colour, rules_.Palette[size_t(i)]) < ColourDistance(colour, rules_.Palette[size_t(best)])) best = i;
         return best;
     }
 
@@ -242,9 +220,7 @@ Outcome PixelsFromPicture(const RgbaPicture& picture, const RgbaPicture* layers,
                 continue;
             }
             const int64_t inexact = report.Inexact, repainted = report.Repainted;
-            bool known = true;
-            if (code) layer = LayerOfCode(codeColour, known);
-            if (!known) {
+            if (code && !LayerOfCode(codeColour, layer)) {
                 return Outcome::Failure(Fault::Damaged, "the layers picture's pixel (" + std::to_string(x + column) + ", " +
                                                             std::to_string(y + row) + ") is the colour of no layer");
             }
@@ -355,13 +331,17 @@ Outcome FrameFromPng(std::span<const uint8_t> png, int32_t hotspotX, int32_t hot
 }
 
 Outcome FramesFromPictures(const std::vector<std::string>& paths, int32_t hotspotX, int32_t hotspotY, const PictureRules& rules,
-                           std::vector<FramePixels>& frames, PictureReport& report) {
+                           std::vector<FramePixels>& frames, PictureReport& report, std::span<const uint8_t> firstBytes) {
     frames.clear();
     int64_t pixels = 0;
+    std::vector<uint8_t> read;
     for (const std::string& path : paths) {
         report.Files.push_back(path);
-        std::vector<uint8_t> bytes;
-        if (Outcome read = ReadWholeFile(path, MaxPngFileBytes, bytes); !read) return read;
+        std::span<const uint8_t> bytes = firstBytes;
+        if (frames.size() > 0 || firstBytes.empty()) {
+            if (Outcome opened = ReadWholeFile(path, MaxPngFileBytes, read); !opened) return opened;
+            bytes = read;
+        }
         FramePixels& frame = frames.emplace_back();
         if (Outcome made = FrameFromPng(bytes, hotspotX, hotspotY, rules, frame, report); !made) return Refused(made.Code, path, made.Detail);
         if ((pixels += int64_t{frame.Width} * frame.Height) > MaxInputPixels) {

@@ -68,9 +68,10 @@ Outcome FramesFromSheet(std::span<const uint8_t> json, const std::string& folder
 Outcome FrameFromPng(std::span<const uint8_t> png, int32_t hotspotX, int32_t hotspotY, const PictureRules& rules,
                      FramePixels& frame, PictureReport& report);
 
-// One frame a PNG file, in the order given, as FrameFromPng makes them.
+// One frame a PNG file, in the order given, as FrameFromPng makes them; firstBytes, when given, are the
+// first file's, which a caller read already to tell what it is.
 Outcome FramesFromPictures(const std::vector<std::string>& paths, int32_t hotspotX, int32_t hotspotY, const PictureRules& rules,
-                           std::vector<FramePixels>& frames, PictureReport& report);
+                           std::vector<FramePixels>& frames, PictureReport& report, std::span<const uint8_t> firstBytes = {});
 
 // The layer and byte of each pixel of picture by the rules above, or, given layers (a picture of the
 // same size), by the layer colours there; x, y, width, height: the part of picture that is the frame.

@@ -426,6 +426,8 @@ std::string WebColour(uint32_t colour) {
 
 uint32_t ColourAt(const uint8_t* p) { return uint32_t{p[2]} | uint32_t{p[1]} << 8 | uint32_t{p[0]} << 16; }
 
+}  // namespace
+
 bool LayerOfCode(uint32_t code, PixelLayer& layer) {
     switch (code) {
         case 0: layer = PixelLayer::Nothing; return true;
@@ -438,8 +440,6 @@ bool LayerOfCode(uint32_t code, PixelLayer& layer) {
         default: return false;
     }
 }
-
-}  // namespace
 
 Outcome PixelsFromSurfaces(const cDIBSection& image, const cDIBSection& mask, const ColourLookup& palette, int32_t player,
                            FramePixels& pixels) {

@@ -81,6 +81,10 @@ private:
     std::array<uint32_t, 256> sorted_;  // colour << 8 | index, ascending
 };
 
+// The layer of a mask surface's code (a colour value, red in the low byte), 0 being Nothing; false for
+// a code that is no layer's. A sheet's layers picture holds the same codes.
+bool LayerOfCode(uint32_t code, PixelLayer& layer);
+
 // A decoded frame back into pixels: the layer from the mask surface's code, the byte from the image
 // surface's colour looked up in the palette (a player pixel's index less 16 x player). Refused, naming
 // the row and column: a code that is no layer, a colour the palette lacks; or surfaces of two sizes.
